@@ -1,0 +1,226 @@
+#include "app/driver.h"
+
+#include "app/base_input.h"
+#include "app/command_line.h"
+#include "app/messages.h"
+#include "app/result_output.h"
+#include "platform/clock.h"
+#include "platform/command_line.h"
+#include "platform/process.h"
+#include "platform/text.h"
+#include "platform/thread.h"
+#include "search/generation_callback.h"
+#include "search/search_state.h"
+#include "search/search_worker.h"
+#include "search/settings.h"
+#include "search/stop_flag.h"
+#include "search/stop_watcher.h"
+#include "search/trace_number.h"
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <new>
+
+namespace
+{
+
+struct Options {
+    std::int32_t threadCount = 0;
+    const wchar_t* semaphoreName = L"stopPrimeGeneration";
+    const wchar_t* baseText = nullptr;
+    std::int32_t inputCount = 0;
+    const wchar_t* testText = nullptr;
+    std::uint8_t safe = 0;
+};
+
+// A base number and the size of the prime wanted above it: 8 bits for each byte
+// of the base, leading zero bytes included. An exit code where there is none.
+struct Base {
+    BIGNUM* number = nullptr;
+    std::int32_t bits = 0;
+    std::int32_t exitCode = 0;
+};
+
+struct CallbackFree {
+    void operator()(GenCallback* callback) const
+    {
+        BN_GENCB_free(callback);
+    }
+};
+using OwnedCallback = std::unique_ptr<GenCallback, CallbackFree>;
+
+std::int32_t takeNumber(CommandLine& commandLine, const wchar_t* name)
+{
+    const wchar_t* value = nullptr;
+    return getOption(commandLine, name, value, nullptr) ? decimalValue(value) : 0;
+}
+
+// Which argument wins on an ambiguous line depends on this order.
+Options readOptions(CommandLine& commandLine)
+{
+    Options options;
+    options.threadCount = takeNumber(commandLine, L"-threads");
+    getOption(commandLine, L"-stopSemaphoreName", options.semaphoreName,
+              options.semaphoreName);
+    getOption(commandLine, L"-base", options.baseText, nullptr);
+    options.inputCount = takeNumber(commandLine, L"-input");
+    getOption(commandLine, L"-outPrompt", outPrompt, nullptr);
+    options.safe = takeFlag(commandLine, L"-safe");
+    noPrompt = takeFlag(commandLine, L"-noPrompt");
+    if (options.inputCount != 0)
+        getOption(commandLine, L"-test", options.testText, nullptr);
+    return options;
+}
+
+// Whether that many bytes make a number whose bits can be counted.
+bool isByteCount(std::int32_t count)
+{
+    return count > 0 && count <= std::numeric_limits<std::int32_t>::max() / 8;
+}
+
+Base baseFromText(const wchar_t* text)
+{
+    const std::int32_t count = decodeHex(nullptr, 0, text);
+    if (!isByteCount(count))
+        return {nullptr, 0, exitNoResult};
+
+    const auto size = static_cast<std::size_t>(count);
+    const std::unique_ptr<std::uint8_t[]> bytes(new std::uint8_t[size]);
+    Base base;
+    base.bits = 8 * decodeHex(bytes.get(), count, text);
+    base.number = BN_bin2bn(bytes.get(), count, nullptr);
+    OPENSSL_cleanse(bytes.get(), size);
+    if (!base.number)
+        base.exitCode = exitNoResult;
+    return base;
+}
+
+// A text of `count` times the first character of `pattern`.
+Base baseFromTestText(const wchar_t* pattern, std::int32_t count)
+{
+    if (!isByteCount(count))
+        return {nullptr, 0, exitNoResult};
+    const std::size_t size = static_cast<std::size_t>(count) + 1;
+    const WipedText text(new wchar_t[size], WipedTextFree{size});
+    std::fill_n(text.get(), size - 1, pattern[0]);
+    text[size - 1] = L'\0';
+    return baseFromText(text.get());
+}
+
+Base baseFromInput(std::int32_t count)
+{
+    if (count == 0)
+        return {nullptr, 0, exitNoBase};
+    if (!isByteCount(count))
+        return {nullptr, 0, exitNoResult};
+    Base base;
+    base.bits = 8 * count;
+    base.number = readBaseFromStream(base.bits, stdin);
+    if (!base.number)
+        base.exitCode = exitNoResult;
+    return base;
+}
+
+Base makeBase(const Options& options)
+{
+    if (options.testText)
+        return baseFromTestText(options.testText, options.inputCount);
+    if (options.baseText)
+        return baseFromText(options.baseText);
+    return baseFromInput(options.inputCount);
+}
+
+OwnedCallback makeCallback(StopFlag& stopFlag)
+{
+    OwnedCallback callback(BN_GENCB_new());
+    if (!callback)
+        throw std::bad_alloc();
+    BN_GENCB_set(callback.get(), callBack2, &stopFlag);
+    return callback;
+}
+
+// Starts the stop watcher and the workers, waits for them all and gives their
+// handles back. Returns the exit code of a run without a result.
+std::int32_t runThreads(SearchContext& context, std::int32_t threadCount)
+{
+    // A count of workers below -1 cannot be allocated for, and ends the program.
+    const auto handleCount = static_cast<std::ptrdiff_t>(threadCount) + 1;
+    const auto slots = static_cast<std::size_t>(std::max<std::ptrdiff_t>(handleCount, 1));
+    if (handleCount < 0)
+        throw std::bad_array_new_length();
+    const std::unique_ptr<ThreadHandle[]> handles(new ThreadHandle[slots]());
+
+    handles[0] = createThread(stopWatcherThreadProc, &context);
+    if (handles[0])
+        giveWayTo(stopWatcherReady);
+    for (std::ptrdiff_t i = 1; i < handleCount; ++i)
+        handles[static_cast<std::size_t>(i)] = createThread(workerThreadProc, &context);
+    waitForThreads(handles.get(), static_cast<int>(handleCount));
+
+    std::int32_t exitCode = exitNoResult;
+    for (std::size_t i = 0; i < slots; ++i) {
+        if (handles[i])
+            closeThread(handles[i]);
+        else
+            exitCode = exitNoBase;
+    }
+    return exitCode;
+}
+
+// Prints what was found, if anything was, and returns the exit code.
+std::int32_t reportResult(const Options& options, std::int32_t bits,
+                          std::int32_t startTime, std::int32_t exitCode)
+{
+    BIGNUM* result = resultPrime;
+    if (!result)
+        return exitCode;
+
+    const auto elapsed =
+        static_cast<std::int32_t>(static_cast<std::uint32_t>(processClock()) -
+                                  static_cast<std::uint32_t>(startTime));
+    // The stop watcher counts here and not at the start: callers know it so.
+    if (!noPrompt)
+        printFinished(elapsed / 1000, options.safe, bits, options.threadCount + 1);
+    exitCode = writeResult(stdout);
+    traceNumberHex(result);
+    BN_free(result);
+    return exitCode;
+}
+
+std::int32_t search(const Options& options, const Base& base)
+{
+    StopFlag stopFlag{0};
+    const OwnedCallback callback = makeCallback(stopFlag);
+    TrackedLock lock;
+    setBase(lock, base.number, base.bits);
+    if (!noPrompt)
+        printStarted(options.safe, base.bits, options.threadCount);
+
+    SearchContext context{&lock, callback.get(), options.semaphoreName, options.safe};
+    const std::int32_t startTime = processClock();
+    std::int32_t exitCode = runThreads(context, options.threadCount);
+    exitCode = reportResult(options, base.bits, startTime, exitCode);
+
+    // Threads that could not be waited for end with the process: everything
+    // that they use, the lock and the context first, must stay until then.
+    if (runningThreads() > 0)
+        endProcess(exitCode);
+    return exitCode;
+}
+
+} // namespace
+
+std::int32_t runProgram()
+{
+    CommandLine arguments;
+    if (const wchar_t* line = commandLine())
+        tokenize(arguments, line);
+    if (takeFlag(arguments, L"?")) {
+        printUsage();
+        return 0;
+    }
+    const Options options = readOptions(arguments);
+    const Base base = makeBase(options);
+    return base.number ? search(options, base) : base.exitCode;
+}

@@ -1,0 +1,7 @@
+// The command line of this process as one wide string.
+#pragma once
+
+// The whole command line, the program's own path first, as the caller typed or
+// built it. Null when the system does not tell. The string belongs to the
+// process and never changes.
+const wchar_t* commandLine();

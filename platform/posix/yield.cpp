@@ -1,0 +1,8 @@
+#include "platform/yield.h"
+
+#include <sched.h>
+
+void yieldThread()
+{
+    sched_yield();
+}

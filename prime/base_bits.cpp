@@ -1,0 +1,3 @@
+#include "prime/base_bits.h"
+
+std::int32_t baseBits = 0;

@@ -1,0 +1,53 @@
+// Owners of libcrypto's objects: each releases what it holds on every way out.
+#pragma once
+
+#include <memory>
+#include <openssl/bn.h>
+
+// The progress callback record that every search of a run shares: version 2 of
+// the library's, called by the rules of BN_GENCB_call.
+using GenCallback = BN_GENCB;
+
+struct BigNumberFree {
+    void operator()(BIGNUM* number) const
+    {
+        BN_free(number);
+    }
+};
+using BigNumber = std::unique_ptr<BIGNUM, BigNumberFree>;
+
+struct ContextFree {
+    void operator()(BN_CTX* context) const
+    {
+        BN_CTX_free(context);
+    }
+};
+using Context = std::unique_ptr<BN_CTX, ContextFree>;
+
+struct MontgomeryFree {
+    void operator()(BN_MONT_CTX* montgomery) const
+    {
+        BN_MONT_CTX_free(montgomery);
+    }
+};
+using Montgomery = std::unique_ptr<BN_MONT_CTX, MontgomeryFree>;
+
+// A frame on a context: the temporaries taken inside it go back at its end.
+class ContextFrame
+{
+public:
+    explicit ContextFrame(BN_CTX* context)
+        : context_(context)
+    {
+        BN_CTX_start(context);
+    }
+    ContextFrame(const ContextFrame&) = delete;
+    ContextFrame& operator=(const ContextFrame&) = delete;
+    ~ContextFrame()
+    {
+        BN_CTX_end(context_);
+    }
+
+private:
+    BN_CTX* context_;
+};

@@ -1,0 +1,76 @@
+#include "prime/prime_generation.h"
+
+#include "prime/miller_rabin.h"
+
+#include <memory>
+#include <new>
+
+namespace
+{
+
+enum class Verdict { accepted, rejected, stopped };
+
+Verdict toVerdict(int isPrimeResult)
+{
+    if (isPrimeResult == -1)
+        return Verdict::stopped;
+    return isPrimeResult ? Verdict::accepted : Verdict::rejected;
+}
+
+Verdict testSafe(const BIGNUM* candidate, BIGNUM* half, int checks, int number,
+                 GenCallback* callback, BN_CTX* context)
+{
+    if (!BN_rshift1(half, candidate))
+        return Verdict::stopped;
+    for (int i = 0; i < checks; ++i) {
+        for (const BIGNUM* tested : {candidate, static_cast<const BIGNUM*>(half)}) {
+            const Verdict verdict = toVerdict(isPrime(tested, 1, context, 0, callback));
+            if (verdict != Verdict::accepted)
+                return verdict;
+        }
+        if (!BN_GENCB_call(callback, 2, number))
+            return Verdict::stopped;
+    }
+    return Verdict::accepted;
+}
+
+// The smallest safe prime, 7, has three bits, and none has four or five.
+bool existsWith(int bits, bool safe)
+{
+    return safe ? bits == 3 || bits >= 6 : bits >= 2;
+}
+
+} // namespace
+
+int generatePrime(BIGNUM* candidate, int /*ignoredBits*/, int mode,
+                  const BIGNUM* /*ignoredAdd*/, const BIGNUM* /*ignoredRemainder*/,
+                  GenCallback* callback, BN_CTX* context)
+{
+    const int bits = baseBits;
+    const bool safe = (mode & modeSafe) != 0;
+    if (!existsWith(bits, safe))
+        return 0;
+    const int checks = iterationsFor(bits);
+
+    // The sieve overwrites the entries that it uses: one table serves them all.
+    const std::unique_ptr<std::uint16_t[]> residues(new (std::nothrow)
+                                                        std::uint16_t[smallPrimeCount]());
+    if (!residues)
+        return 0;
+    const ContextFrame frame(context);
+    BIGNUM* half = BN_CTX_get(context);
+    if (!half)
+        return 0;
+
+    for (int counter = 0;; ++counter) {
+        if (!nextCandidate(candidate, bits, mode, residues.get(), context))
+            return 0;
+        if (!BN_GENCB_call(callback, 0, counter))
+            return 0;
+        const Verdict verdict =
+            safe ? testSafe(candidate, half, checks, counter, callback, context)
+                 : toVerdict(isPrime(candidate, checks, context, 0, callback));
+        if (verdict != Verdict::rejected)
+            return verdict == Verdict::accepted;
+    }
+}

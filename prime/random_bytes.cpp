@@ -1,0 +1,18 @@
+#include "prime/random_bytes.h"
+
+#include "platform/clock.h"
+
+std::int32_t getRandomBytes(std::uint8_t* buffer, std::int32_t count)
+{
+    auto mixState = static_cast<std::uint64_t>(calendarTime());
+    if (count <= 0)
+        return 0;
+
+    for (std::int32_t i = 0; i < count; ++i) {
+        const auto time = static_cast<std::uint64_t>(calendarTime());
+        const std::int64_t clock = processClock();
+        mixState = (static_cast<std::uint64_t>(clock) * mixState) ^ time;
+        buffer[i] = static_cast<std::uint8_t>(mixState ^ (mixState >> (i % 32)));
+    }
+    return count;
+}

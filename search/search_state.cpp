@@ -1,0 +1,30 @@
+#include "search/search_state.h"
+
+#include "prime/base_bits.h"
+#include "prime/small_primes.h"
+
+BIGNUM* sharedBase = nullptr;
+std::uint64_t maxDelta = 0;
+std::atomic<BIGNUM*> resultPrime{nullptr};
+
+void setBase(TrackedLock& lock, BIGNUM* base, std::int32_t bits)
+{
+    const TrackedLockScope scope(lock, L"setBase", 213);
+    baseBits = bits;
+    sharedBase = base;
+    maxDelta = maxDeltaFor(bits);
+}
+
+BIGNUM* getNextBase(TrackedLock& lock)
+{
+    const TrackedLockScope scope(lock, L"getNextBase", 221);
+    // Advance before copying: no two workers may ever receive the same start.
+    BN_add_word(sharedBase, maxDelta);
+    return BN_dup(sharedBase);
+}
+
+void setPrime(TrackedLock& lock, const BIGNUM* prime)
+{
+    const TrackedLockScope scope(lock, L"setPrime", 207);
+    resultPrime = BN_dup(prime);
+}

@@ -1,0 +1,23 @@
+#include "search/stop_watcher.h"
+
+#include "platform/named_semaphore.h"
+#include "search/search_state.h"
+
+StopFlag stopWatcherReady{0};
+
+std::uint32_t stopWatcherThreadProc(void* context)
+{
+    const auto* search = static_cast<const SearchContext*>(context);
+    SemaphoreHandle semaphore = nullptr;
+    if (search->semaphoreName)
+        semaphore = createNamedSemaphore(search->semaphoreName, 0, 1);
+    stopWatcherReady = 1;
+    if (semaphore)
+        waitForSemaphore(semaphore);
+    // Also when nothing could be waited on: a search that nobody can stop must
+    // not start.
+    stopFlagOf(search->callback) = 1;
+    if (semaphore)
+        closeSemaphore(semaphore);
+    return 0;
+}

@@ -1,0 +1,83 @@
+#include "search/tracked_lock.h"
+
+#include "platform/thread.h"
+#include "platform/yield.h"
+
+namespace
+{
+
+constexpr std::uint32_t noThread = 0xFFFFFFFF;
+constexpr int mostReadyChecks = 100;
+
+} // namespace
+
+TrackedLock::TrackedLock()
+    : readyGuard(guardInitialising)
+    , destroyed(0)
+    , depth(0)
+    , holderName(nullptr)
+    , holderLine(0)
+    , holderThreadId(noThread)
+    , constructed(1)
+{
+    initializeCriticalSection(criticalSection);
+    readyGuard = guardReady;
+    depth = 0;
+}
+
+TrackedLock::~TrackedLock()
+{
+    deleteCriticalSection(criticalSection);
+    destroyed = 1;
+}
+
+void TrackedLock::waitReady()
+{
+    if (readyGuard == guardReady)
+        return;
+    yieldThread();
+    for (int counter = 0; destroyed == 0; ++counter) {
+        if (readyGuard == guardReady)
+            return;
+        if (counter > mostReadyChecks) {
+            readyGuard = guardReady;
+            return;
+        }
+        yieldThread();
+    }
+}
+
+void TrackedLock::acquire(const wchar_t* name, std::int32_t line)
+{
+    waitReady();
+    // Again on purpose: for a destroyed lock, whose first wait ended early, one
+    // more yield before it is entered all the same.
+    waitReady();
+    enterCriticalSection(criticalSection);
+    ++depth;
+    holderName = name;
+    holderLine = line;
+    holderThreadId = currentThreadId();
+}
+
+void TrackedLock::release()
+{
+    --depth;
+    if (depth < 1) {
+        holderName = nullptr;
+        holderLine = 0;
+    }
+    leaveCriticalSection(criticalSection);
+}
+
+TrackedLockScope::TrackedLockScope(TrackedLock& lock, const wchar_t* name,
+                                   std::int32_t line)
+    : lock_(lock)
+{
+    lock_.acquire(name, line);
+}
+
+TrackedLockScope::~TrackedLockScope()
+{
+    lock_.release();
+}
