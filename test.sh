@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# Tests norv, building and installing what is missing.
+#   ./test.sh           the native tests
+#   ./test.sh all       everything that CI runs: the native tests, lint, debug,
+#                       asan, tsan, stress
+#   ./test.sh TASK…     the tasks named
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+
+jobs=$(nproc)
+
+build() { # PRESET
+    mkdir -p build
+    (
+        flock 9
+        cmake --preset "$1" -DNORV_TESTS=ON
+        cmake --build --preset "$1"
+    ) 9>build/.lock
+}
+
+run_tests() { # PRESET
+    tools/install build test
+    build "$1"
+    ctest --test-dir "build/$1" -j "$jobs" --output-on-failure --no-tests=error
+}
+
+task_native() { run_tests release; }
+task_asan() { run_tests asan; }
+task_tsan() { run_tests tsan; }
+
+task_debug() {
+    tools/install lint
+    run_tests debug
+}
+
+task_lint() {
+    tools/install build test lint
+    build release
+    tools/lint
+}
+
+# Many whole runs in a row, each result checked; then runs with more threads
+# than one wait can take.
+task_stress() {
+    tools/install build test
+    build release
+    build/release/tests/end_to_end/norv_stress
+}
+
+task_all() {
+    for task in native lint debug asan tsan stress; do
+        printf '\n== %s\n' "$task"
+        "task_$task"
+    done
+    printf '\nAll of it passed.\n'
+}
+
+for task in "${@:-native}"; do
+    if ! declare -F "task_$task" >/dev/null; then
+        echo "test.sh: unknown task '$task'" >&2
+        exit 2
+    fi
+    "task_$task"
+done
