@@ -106,7 +106,7 @@ BIGNUM* readBaseFromStream(std::int32_t bits, std::FILE* stream)
     BIGNUM* base = nullptr;
     if (decodeStreamText(text, bytes, size) >= size)
         base = BN_bin2bn(bytes, static_cast<int>(size), nullptr);
-    // All but the last decoded byte.
+    // All but the last decoded byte, which stays in the freed block as ever.
     OPENSSL_cleanse(text, 4 * size);
     return base;
 }

@@ -19,5 +19,6 @@ std::int32_t decodeHex(std::uint8_t* out, std::int32_t capacity, const wchar_t* 
 // pairs. Asks for them first when the stream is standard input and noPrompt is
 // not set.
 // Returns the number, the caller's to free, or null when the stream ended early
-// or held fewer than N pairs. What was read is wiped. Throws std::bad_alloc.
+// or held fewer than N pairs. All that was read is wiped, but for the last decoded
+// byte. Throws std::bad_alloc.
 BIGNUM* readBaseFromStream(std::int32_t bits, std::FILE* stream);

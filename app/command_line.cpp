@@ -57,14 +57,14 @@ std::int32_t findPrefix(const CommandLine& commandLine, const wchar_t* name)
     return notFound;
 }
 
-// Takes the argument after `index` as the value, and both out of the list.
-// Returns 0, nothing changed, when there is none.
+// Takes the argument after `index`, if there is one, as the value, and both out
+// of the list. Returns 0 when there is none.
 int takeNext(CommandLine& commandLine, std::int32_t index, const wchar_t*& value)
 {
-    if (index + 1 >= commandLine.count)
-        return 0;
-    value = commandLine.args[static_cast<std::size_t>(index) + 1];
-    return removeArg(commandLine, index + 1) && removeArg(commandLine, index);
+    if (index + 1 < commandLine.count)
+        value = commandLine.args[static_cast<std::size_t>(index) + 1];
+    const int removedNext = removeArg(commandLine, index + 1);
+    return removeArg(commandLine, index) && removedNext;
 }
 
 } // namespace
@@ -110,7 +110,7 @@ int getOption(CommandLine& commandLine, const wchar_t* name, const wchar_t*& val
 {
     const std::int32_t exact = findExact(commandLine, name);
     if (exact != notFound)
-        return takeNext(commandLine, exact, value);
+        return exact + 1 < commandLine.count && takeNext(commandLine, exact, value);
 
     value = defaultValue;
     const std::int32_t prefixed = findPrefix(commandLine, name);

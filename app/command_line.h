@@ -4,6 +4,7 @@
 // comparisons ignore the case of ASCII letters.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <openssl/crypto.h>
@@ -42,8 +43,9 @@ int removeArg(CommandLine& commandLine, std::int32_t index);
 // the last that starts with it, with what follows as value ("-name=value",
 // "-namevalue", "-name= value").
 // Returns 1 with `value` set and the arguments removed. Returns 0 with `value`
-// set to `defaultValue`; or untouched when the name stands last on the line, so
-// that the caller's preset holds. `value` points into the command line.
+// set to `defaultValue` (a "-name=" that stands last is removed), or, when the
+// name itself stands last, with nothing touched, so that the caller's preset
+// holds. `value` points into the command line.
 int getOption(CommandLine& commandLine, const wchar_t* name, const wchar_t*& value,
               const wchar_t* defaultValue);
 

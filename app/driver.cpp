@@ -18,9 +18,14 @@
 #include "search/trace_number.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdio>
 #include <limits>
 #include <memory>
 #include <new>
+#include <openssl/crypto.h>
+#include <vector>
 
 namespace
 {
@@ -111,7 +116,7 @@ Base baseFromTestText(const wchar_t* pattern, std::int32_t count)
 Base baseFromInput(std::int32_t count)
 {
     if (count == 0)
-        return {nullptr, 0, exitNoBase};
+        return {nullptr, 0, exitNotStarted};
     if (!isByteCount(count))
         return {nullptr, 0, exitNoResult};
     Base base;
@@ -140,32 +145,51 @@ OwnedCallback makeCallback(StopFlag& stopFlag)
     return callback;
 }
 
-// Starts the stop watcher and the workers, waits for them all and gives their
-// handles back. Returns the exit code of a run without a result.
-std::int32_t runThreads(SearchContext& context, std::int32_t threadCount)
-{
-    // A count of workers below -1 cannot be allocated for, and ends the program.
-    const auto handleCount = static_cast<std::ptrdiff_t>(threadCount) + 1;
-    const auto slots = static_cast<std::size_t>(std::max<std::ptrdiff_t>(handleCount, 1));
-    if (handleCount < 0)
-        throw std::bad_array_new_length();
-    const std::unique_ptr<ThreadHandle[]> handles(new ThreadHandle[slots]());
+// Where the workers wait until all of them are there: the thread that makes them
+// would else compete with those it has made. It stays shut when they cannot be
+// waited for, since the run then ends before they could find anything.
+std::atomic<bool> workersMayStart{false};
 
-    handles[0] = createThread(stopWatcherThreadProc, &context);
+std::uint32_t startWorker(void* context)
+{
+    workersMayStart.wait(false);
+    return workerThreadProc(context);
+}
+
+struct ThreadsEnd {
+    std::int32_t exitCode; // of a run without a result
+    bool allEnded;         // false: they could not be waited for
+};
+
+// Starts the stop watcher and the workers, waits for them all and gives their
+// handles back.
+ThreadsEnd runThreads(SearchContext& context, std::int32_t threadCount)
+{
+    // There is no list of so many handles: the program ends abnormally.
+    if (threadCount < -1)
+        throw std::bad_array_new_length();
+
+    std::vector<ThreadHandle> handles{createThread(stopWatcherThreadProc, &context)};
     if (handles[0])
         giveWayTo(stopWatcherReady);
-    for (std::ptrdiff_t i = 1; i < handleCount; ++i)
-        handles[static_cast<std::size_t>(i)] = createThread(workerThreadProc, &context);
-    waitForThreads(handles.get(), static_cast<int>(handleCount));
-
-    std::int32_t exitCode = exitNoResult;
-    for (std::size_t i = 0; i < slots; ++i) {
-        if (handles[i])
-            closeThread(handles[i]);
-        else
-            exitCode = exitNoBase;
+    // After one thread that cannot be made the run is lost: make no more.
+    for (std::int32_t i = 0; i < threadCount && handles.back(); ++i)
+        handles.push_back(createThread(startWorker, &context));
+    if (handles.back() && handles.size() <= maxWaitHandles) {
+        workersMayStart = true;
+        workersMayStart.notify_all();
     }
-    return exitCode;
+
+    const std::size_t waited = threadCount == -1 ? 0 : handles.size();
+    ThreadsEnd end{exitNoResult,
+                   waitForThreads(handles.data(), static_cast<int>(waited))};
+    for (ThreadHandle handle : handles) {
+        if (handle)
+            closeThread(handle);
+        else
+            end.exitCode = exitNotStarted;
+    }
+    return end;
 }
 
 // Prints what was found, if anything was, and returns the exit code.
@@ -180,10 +204,13 @@ std::int32_t reportResult(const Options& options, std::int32_t bits,
         static_cast<std::int32_t>(static_cast<std::uint32_t>(processClock()) -
                                   static_cast<std::uint32_t>(startTime));
     // The stop watcher counts here and not at the start: callers know it so.
+    const auto threads = static_cast<std::uint32_t>(options.threadCount) + 1;
     if (!noPrompt)
-        printFinished(elapsed / 1000, options.safe, bits, options.threadCount + 1);
+        printFinished(elapsed / 1000, options.safe, bits,
+                      static_cast<std::int32_t>(threads));
     exitCode = writeResult(stdout);
     traceNumberHex(result);
+    BN_clear(result);
     BN_free(result);
     return exitCode;
 }
@@ -199,12 +226,13 @@ std::int32_t search(const Options& options, const Base& base)
 
     SearchContext context{&lock, callback.get(), options.semaphoreName, options.safe};
     const std::int32_t startTime = processClock();
-    std::int32_t exitCode = runThreads(context, options.threadCount);
-    exitCode = reportResult(options, base.bits, startTime, exitCode);
+    const ThreadsEnd end = runThreads(context, options.threadCount);
+    const std::int32_t exitCode =
+        reportResult(options, base.bits, startTime, end.exitCode);
 
     // Threads that could not be waited for end with the process: everything
     // that they use, the lock and the context first, must stay until then.
-    if (runningThreads() > 0)
+    if (!end.allEnded)
         endProcess(exitCode);
     return exitCode;
 }

@@ -2,9 +2,10 @@
 #pragma once
 
 // To be called before anything else. Afterwards a write that nobody reads any
-// more fails instead of ending the process, and the standard streams that the
-// caller left closed fail every read and write instead of naming the next file
-// that is opened. Cannot fail.
+// more, or that passes a limit on file sizes, fails instead of ending the process;
+// the standard streams that the caller left closed fail every read and write
+// instead of naming the next file that is opened; and an exception that nothing
+// catches ends the process abnormally without a word. Cannot fail.
 void prepareProcess();
 
 // Ends the process with `exitCode` at once, its other threads wherever they

@@ -27,10 +27,6 @@ bool waitForThreads(const ThreadHandle* threads, int count);
 // `thread` is not null and not used again.
 void closeThread(ThreadHandle thread);
 
-// How many of the threads that createThread started have not ended yet. After
-// a wait that returned true none of those waited for is counted.
-int runningThreads();
-
 // Lets at least so many milliseconds pass, other threads running meanwhile.
 void pauseThread(int milliseconds);
 

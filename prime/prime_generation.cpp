@@ -8,12 +8,12 @@
 namespace
 {
 
-enum class Verdict { accepted, rejected, stopped };
+enum class Verdict { accepted, rejected, failed };
 
 Verdict toVerdict(int isPrimeResult)
 {
     if (isPrimeResult == -1)
-        return Verdict::stopped;
+        return Verdict::failed;
     return isPrimeResult ? Verdict::accepted : Verdict::rejected;
 }
 
@@ -21,7 +21,7 @@ Verdict testSafe(const BIGNUM* candidate, BIGNUM* half, int checks, int number,
                  GenCallback* callback, BN_CTX* context)
 {
     if (!BN_rshift1(half, candidate))
-        return Verdict::stopped;
+        return Verdict::failed;
     for (int i = 0; i < checks; ++i) {
         for (const BIGNUM* tested : {candidate, static_cast<const BIGNUM*>(half)}) {
             const Verdict verdict = toVerdict(isPrime(tested, 1, context, 0, callback));
@@ -29,7 +29,7 @@ Verdict testSafe(const BIGNUM* candidate, BIGNUM* half, int checks, int number,
                 return verdict;
         }
         if (!BN_GENCB_call(callback, 2, number))
-            return Verdict::stopped;
+            return Verdict::failed;
     }
     return Verdict::accepted;
 }

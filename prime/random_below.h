@@ -8,7 +8,7 @@
 // ours: draw, compare, subtract at most twice, 100 draws at most.
 //
 // result  receives the value; not the same object as bound. Unchanged when
-//         bound is 0 or negative or the first draw fails
+//         bound is 0 or negative or no bytes can be drawn
 // Returns 1, or 0 when bound is 0 or negative, a library call or an allocation
 // failed, or the hundredth draw was reached. Any thread.
 int getRandomBelow(BIGNUM* result, const BIGNUM* bound);

@@ -9,7 +9,7 @@
 #include <cstdint>
 
 // The record handed to every thread. The driver owns it and all that it points
-// to, and keeps them until every thread has ended.
+// to, and keeps them until every thread, or the process, has ended.
 struct SearchContext {
     TrackedLock* lock;
     GenCallback* callback;

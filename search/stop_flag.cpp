@@ -1,22 +1,28 @@
 #include "search/stop_flag.h"
 
+#include "platform/clock.h"
 #include "platform/thread.h"
 #include "platform/yield.h"
 
 namespace
 {
 
+constexpr std::uint32_t longestMilliseconds = 100;
 // Enough for a thread that can run at once, on another processor or this one.
-constexpr int yields = 200;
 // Beyond that the machine is busy, or the other thread does not come.
-constexpr int pauses = 100;
+constexpr int mostYields = 200;
+constexpr int mostPauses = 100;
 
 } // namespace
 
 void giveWayTo(const StopFlag& flag)
 {
-    for (int i = 0; flag == 0 && i < yields; ++i)
+    const auto start = static_cast<std::uint32_t>(processClock());
+    const auto inTime = [start] {
+        return static_cast<std::uint32_t>(processClock()) - start < longestMilliseconds;
+    };
+    for (int i = 0; flag == 0 && i < mostYields && inTime(); ++i)
         yieldThread();
-    for (int i = 0; flag == 0 && i < pauses; ++i)
+    for (int i = 0; flag == 0 && i < mostPauses && inTime(); ++i)
         pauseThread(1);
 }

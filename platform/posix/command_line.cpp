@@ -3,48 +3,72 @@
 #include "platform/posix/utf8.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <memory>
+#include <cstddef>
+#include <fcntl.h>
+#include <string.h>
 #include <string>
 #include <string_view>
+#include <unistd.h>
+
+// The base number may stand on the command line: what is made of it on the way is
+// wiped, and made in one piece so that no half-grown copy stays behind.
 
 namespace
 {
 
-// The arguments as the kernel keeps them, each ended by a zero byte. Empty on
-// failure.
-std::string readArguments()
+constexpr char argumentsFile[] = "/proc/self/cmdline";
+
+// Reads the arguments as the kernel keeps them, each ended by a zero byte, into
+// `bytes` as far as they fit. Returns how many bytes there are; 0 on failure.
+std::size_t readArguments(char* bytes, std::size_t capacity)
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
-        std::fopen("/proc/self/cmdline", "re"), std::fclose);
-    std::string arguments;
-    if (!file)
-        return arguments;
+    const int file = open(argumentsFile, O_RDONLY | O_CLOEXEC);
+    if (file == -1)
+        return 0;
     char block[4096];
-    while (const std::size_t count = std::fread(block, 1, sizeof block, file.get()))
-        arguments.append(block, count);
-    return arguments;
+    std::size_t total = 0;
+    for (ssize_t count = 0; (count = read(file, block, sizeof block)) > 0;) {
+        const auto size = static_cast<std::size_t>(count);
+        if (total < capacity)
+            std::copy_n(block, std::min(size, capacity - total), bytes + total);
+        total += size;
+    }
+    close(file);
+    explicit_bzero(block, sizeof block);
+    return total;
 }
 
 // One line that splits into the same arguments again: blanks separate them, and
 // quotes hold together what has a blank inside or nothing at all.
-std::wstring joinArguments(std::string_view arguments)
+std::string joinArguments(std::string_view arguments)
 {
-    std::wstring line;
+    std::string line;
+    line.reserve(3 * arguments.size());
     while (!arguments.empty()) {
         const std::string_view argument = arguments.substr(0, arguments.find('\0'));
         arguments.remove_prefix(std::min(argument.size() + 1, arguments.size()));
 
         if (!line.empty())
-            line += L' ';
+            line += ' ';
         const bool quoted =
             argument.empty() || argument.find(' ') != std::string_view::npos;
         if (quoted)
-            line += L'"';
-        line += decodeUtf8(argument);
+            line += '"';
+        line += argument;
         if (quoted)
-            line += L'"';
+            line += '"';
     }
+    return line;
+}
+
+std::wstring readLine()
+{
+    std::string arguments(readArguments(nullptr, 0), '\0');
+    readArguments(arguments.data(), arguments.size());
+    std::string joined = joinArguments(arguments);
+    std::wstring line = decodeUtf8(joined);
+    explicit_bzero(arguments.data(), arguments.size());
+    explicit_bzero(joined.data(), joined.size());
     return line;
 }
 
@@ -52,6 +76,7 @@ std::wstring joinArguments(std::string_view arguments)
 
 const wchar_t* commandLine()
 {
-    static const std::wstring line = joinArguments(readArguments());
+    // Never destroyed: it belongs to the process.
+    static const std::wstring& line = *new std::wstring(readLine());
     return line.empty() ? nullptr : line.c_str();
 }

@@ -2,7 +2,13 @@
 
 #include "platform/posix/utf8.h"
 
+#include <new>
+
 std::FILE* openForAppending(const wchar_t* path)
 {
-    return std::fopen(encodeUtf8(path).c_str(), "ae");
+    try {
+        return std::fopen(encodeUtf8(path).c_str(), "ae");
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }

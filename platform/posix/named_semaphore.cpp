@@ -81,6 +81,11 @@ private:
     int number_;
 };
 
+std::size_t mappedSize(bool own)
+{
+    return own ? sizeof(SharedSemaphore) : sizeof(sem_t);
+}
+
 } // namespace
 
 struct SemaphoreObject {
@@ -185,22 +190,29 @@ bool isNamed(const std::string& path, const Descriptor& file)
            named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
 }
 
-SharedSemaphore* mapFile(const Descriptor& file, bool own)
-{
-    void* memory = mmap(nullptr, own ? sizeof(SharedSemaphore) : sizeof(sem_t),
-                        PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
-    return memory == MAP_FAILED ? nullptr : static_cast<SharedSemaphore*>(memory);
-}
-
 // A handle for a file whose liveness lock, when it is one of ours, is held.
 // Null, and the file closed, when memory is short.
 SemaphoreObject* makeHandle(Descriptor file, const std::string& path, bool own)
 {
-    SharedSemaphore* shared = mapFile(file, own);
-    if (!shared)
+    std::unique_ptr<SemaphoreObject> handle(
+        new SemaphoreObject{std::move(file), path, nullptr, own, firstHandle});
+    void* memory = mmap(nullptr, mappedSize(own), PROT_READ | PROT_WRITE, MAP_SHARED,
+                        handle->file.get(), 0);
+    if (memory == MAP_FAILED)
         return nullptr;
-    firstHandle = new SemaphoreObject{std::move(file), path, shared, own, firstHandle};
+    handle->shared = static_cast<SharedSemaphore*>(memory);
+    firstHandle = handle.release();
     return firstHandle;
+}
+
+void dropHandle(SemaphoreObject* semaphore)
+{
+    SemaphoreObject** link = &firstHandle;
+    while (*link != semaphore)
+        link = &(*link)->next;
+    *link = semaphore->next;
+    munmap(semaphore->shared, mappedSize(semaphore->own));
+    delete semaphore;
 }
 
 enum class Lookup { found, missing, unusable };
@@ -241,21 +253,18 @@ std::pair<Lookup, SemaphoreObject*> lookUp(const std::string& path)
 Descriptor makeNameless(int count, int maximum)
 {
     Descriptor file(open(directory, O_TMPFILE | O_RDWR | O_CLOEXEC, fileMode));
-    // The mode again: the one given to open is cut by the process's mask.
+    SharedSemaphore image{};
+    std::memcpy(image.mark, ownMark, sizeof ownMark);
+    image.maximum = maximum;
+    // The mode again: the one given to open is cut by the process's mask. Written,
+    // not mapped: on a full file system a write fails, a touched page kills.
     if (!file || fchmod(file.get(), fileMode) != 0 ||
-        ftruncate(file.get(), sizeof(SharedSemaphore)) != 0 ||
+        sem_init(&image.semaphore, 1, static_cast<unsigned int>(count)) != 0 ||
+        pwrite(file.get(), &image, sizeof image, 0) !=
+            static_cast<ssize_t>(sizeof image) ||
         !setLock(file, livenessByte, F_RDLCK, false))
         return Descriptor(-1);
-
-    SharedSemaphore* shared = mapFile(file, true);
-    if (!shared)
-        return Descriptor(-1);
-    const bool made =
-        sem_init(&shared->semaphore, 1, static_cast<unsigned int>(count)) == 0;
-    std::memcpy(shared->mark, ownMark, sizeof ownMark);
-    shared->maximum = maximum;
-    munmap(shared, sizeof(SharedSemaphore));
-    return made ? std::move(file) : Descriptor(-1);
+    return file;
 }
 
 bool giveName(const Descriptor& file, const std::string& path)
@@ -290,6 +299,27 @@ void removeAbandonedNames()
     }
 }
 
+SemaphoreObject* createAt(const std::string& path, int count, int maximum)
+{
+    removeAbandonedNames();
+    for (;;) {
+        const auto [outcome, existing] = lookUp(path);
+        if (outcome != Lookup::missing)
+            return existing;
+
+        Descriptor file = makeNameless(count, maximum);
+        if (!file)
+            return nullptr;
+        SemaphoreObject* handle = makeHandle(std::move(file), path, true);
+        if (!handle || giveName(handle->file, path))
+            return handle;
+        const bool taken = errno == EEXIST;
+        dropHandle(handle);
+        if (!taken)
+            return nullptr;
+    }
+}
+
 // Ends the handle's part in keeping the name alive, and the name with it when
 // it was the last.
 void giveUpName(const SemaphoreObject& semaphore)
@@ -306,32 +336,24 @@ void giveUpName(const SemaphoreObject& semaphore)
 
 SemaphoreHandle createNamedSemaphore(const wchar_t* name, int count, int maximum)
 {
-    const std::string path = pathOf(name);
-    const std::scoped_lock lock(handlesMutex);
-    if (path.empty() || ending)
+    try {
+        const std::string path = pathOf(name);
+        const std::scoped_lock lock(handlesMutex);
+        return path.empty() || ending ? nullptr : createAt(path, count, maximum);
+    } catch (const std::bad_alloc&) {
         return nullptr;
-    removeAbandonedNames();
-
-    for (;;) {
-        const auto [outcome, existing] = lookUp(path);
-        if (outcome != Lookup::missing)
-            return existing;
-
-        Descriptor file = makeNameless(count, maximum);
-        if (!file)
-            return nullptr;
-        if (giveName(file, path))
-            return makeHandle(std::move(file), path, true);
-        if (errno != EEXIST)
-            return nullptr;
     }
 }
 
 SemaphoreHandle openNamedSemaphore(const wchar_t* name)
 {
-    const std::string path = pathOf(name);
-    const std::scoped_lock lock(handlesMutex);
-    return path.empty() || ending ? nullptr : lookUp(path).second;
+    try {
+        const std::string path = pathOf(name);
+        const std::scoped_lock lock(handlesMutex);
+        return path.empty() || ending ? nullptr : lookUp(path).second;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 bool releaseSemaphore(SemaphoreHandle semaphore)
@@ -358,15 +380,9 @@ bool waitForSemaphore(SemaphoreHandle semaphore)
 
 void closeSemaphore(SemaphoreHandle semaphore)
 {
-    const std::unique_ptr<SemaphoreObject> owned(semaphore);
     const std::scoped_lock lock(handlesMutex);
-    giveUpName(*owned);
-    munmap(owned->shared, owned->own ? sizeof(SharedSemaphore) : sizeof(sem_t));
-
-    SemaphoreObject** link = &firstHandle;
-    while (*link != semaphore)
-        link = &(*link)->next;
-    *link = owned->next;
+    giveUpName(*semaphore);
+    dropHandle(semaphore);
 }
 
 void giveUpSemaphoreNames()

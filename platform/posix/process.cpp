@@ -4,6 +4,8 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -14,6 +16,9 @@ void prepareProcess()
         if (fcntl(descriptor, F_GETFD) == -1)
             static_cast<void>(open("/dev/null", descriptor == 0 ? O_WRONLY : O_RDONLY));
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+    // The library's own handler writes to standard error.
+    std::set_terminate(std::abort);
 }
 
 void endProcess(int exitCode)

@@ -1,6 +1,5 @@
 #include "platform/thread.h"
 
-#include <atomic>
 #include <chrono>
 #include <memory>
 #include <new>
@@ -21,13 +20,10 @@ struct ThreadStart {
     void* argument;
 };
 
-std::atomic<int> running{0};
-
 void* runThread(void* start)
 {
     const std::unique_ptr<ThreadStart> owned(static_cast<ThreadStart*>(start));
     owned->procedure(owned->argument);
-    running.fetch_sub(1);
     return nullptr;
 }
 
@@ -41,12 +37,8 @@ ThreadHandle createThread(ThreadProc procedure, void* argument)
     if (!object || !start)
         return nullptr;
 
-    // Counted before it can end: the count never misses a running thread.
-    running.fetch_add(1);
-    if (pthread_create(&object->thread, nullptr, runThread, start.get()) != 0) {
-        running.fetch_sub(1);
+    if (pthread_create(&object->thread, nullptr, runThread, start.get()) != 0)
         return nullptr;
-    }
     static_cast<void>(start.release());
     return object.release();
 }
@@ -73,11 +65,6 @@ void closeThread(ThreadHandle thread)
     if (!thread->joined)
         pthread_detach(thread->thread);
     delete thread;
-}
-
-int runningThreads()
-{
-    return running.load();
 }
 
 void pauseThread(int milliseconds)

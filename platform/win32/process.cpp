@@ -1,0 +1,24 @@
+#include "platform/process.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <windows.h>
+
+void prepareProcess()
+{
+    // Broken pipes and closed streams fail their reads and writes as it is. The
+    // exit code is the one with which the runtime ends an aborted program.
+    std::set_terminate([] { std::_Exit(3); });
+}
+
+void endProcess(int exitCode)
+{
+    std::fflush(stdout);
+    // Not ExitProcess: it would wait for locks that the threads it ends may hold.
+    // Semaphore names go with the handles.
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(exitCode));
+    // The call above does not return for the process itself.
+    for (;;)
+        Sleep(INFINITE);
+}

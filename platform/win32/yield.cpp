@@ -1,0 +1,8 @@
+#include "platform/yield.h"
+
+#include <windows.h>
+
+void yieldThread()
+{
+    Sleep(0);
+}
