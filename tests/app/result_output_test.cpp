@@ -1,0 +1,107 @@
+#include "app/result_output.h"
+
+#include "search/search_state.h"
+#include "search/settings.h"
+#include "tests/platform/temporary_folder.h"
+#include "tests/support/big.h"
+
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace
+{
+
+class WriteResult : public testing::Test
+{
+protected:
+    ~WriteResult() override
+    {
+        resultPrime = nullptr;
+        noPrompt = 0;
+    }
+
+    // Writes `result`, a number in hex, to a file; the return value goes to
+    // `returned`. Gives what stands in the file.
+    std::string write(std::string_view result)
+    {
+        const TemporaryFolder folder;
+        const BigNumber number = fromHex(result);
+        resultPrime = number.get();
+        std::FILE* stream = std::fopen((folder / "result").string().c_str(), "wb");
+        returned = writeResult(stream);
+        std::fclose(stream);
+        return contentOf(folder / "result");
+    }
+
+    std::int32_t returned = -1;
+};
+
+TEST_F(WriteResult, WritesThePrefixAndPairs)
+{
+    EXPECT_EQ("Result:0A 1B ", write("0A1B"));
+}
+
+TEST_F(WriteResult, DoesNotCountThePrefix)
+{
+    write("0A1B");
+    EXPECT_EQ(6, returned);
+}
+
+TEST_F(WriteResult, LeavesThePrefixOutWhenQuiet)
+{
+    noPrompt = 1;
+    EXPECT_EQ("0A 1B ", write("0A1B"));
+}
+
+TEST_F(WriteResult, CountsTheSameWhenQuiet)
+{
+    noPrompt = 1;
+    write("0A1B");
+    EXPECT_EQ(6, returned);
+}
+
+TEST_F(WriteResult, WritesEveryDigit)
+{
+    noPrompt = 1;
+    EXPECT_EQ("FE DC BA 98 76 54 32 10 ", write("FEDCBA9876543210"));
+}
+
+TEST_F(WriteResult, WritesNoLeadingZeroBytes)
+{
+    noPrompt = 1;
+    EXPECT_EQ("01 00 ", write("00000100"));
+}
+
+TEST_F(WriteResult, CountsThreeCharactersAByte)
+{
+    write(std::string(64, 'F'));
+    EXPECT_EQ(96, returned);
+}
+
+TEST_F(WriteResult, WritesNothingForZero)
+{
+    EXPECT_EQ("", write("0"));
+    EXPECT_EQ(0, returned);
+}
+
+TEST_F(WriteResult, WritesNothingWithoutAResult)
+{
+    resultPrime = nullptr;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(0, writeResult(stdout));
+    EXPECT_EQ("", testing::internal::GetCapturedStdout());
+}
+
+TEST_F(WriteResult, CountsNothingThatTheStreamDoesNotTake)
+{
+    const TemporaryFolder folder;
+    writeFile(folder / "result", "");
+    const BigNumber number = fromHex("0A1B");
+    resultPrime = number.get();
+    std::FILE* readOnly = std::fopen((folder / "result").string().c_str(), "rb");
+    EXPECT_EQ(0, writeResult(readOnly));
+    std::fclose(readOnly);
+}
+
+} // namespace

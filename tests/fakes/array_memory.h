@@ -1,0 +1,17 @@
+// The engine's own arrays, watched: linked instead of the runtime's new[].
+#pragma once
+
+#include <cstddef>
+
+// When set, every new[] that may answer null does.
+extern bool arrayAllocationFails;
+
+// What the array that starts at `block` held when it was given back. One thread.
+struct ArrayWatch {
+    const void* block = nullptr;
+    std::size_t size = 0;
+    int releases = 0;
+    // Whether all `size` bytes were zero then.
+    bool wiped = false;
+};
+extern ArrayWatch arrayWatch;

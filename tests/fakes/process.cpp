@@ -1,0 +1,10 @@
+#include "tests/fakes/process.h"
+
+#include "platform/process.h"
+
+void prepareProcess() {}
+
+void endProcess(int exitCode)
+{
+    throw ProcessEnd{exitCode};
+}

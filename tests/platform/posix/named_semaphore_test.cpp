@@ -1,0 +1,629 @@
+// The semaphore as a file that other processes share: its name, its rights and
+// what the end of a process does to it.
+#include "platform/named_semaphore.h"
+
+#include "tests/platform/posix/child.h"
+#include "tests/support/foreign_semaphore.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <memory>
+#include <random>
+#include <semaphore.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+
+std::string narrow(const std::wstring& name)
+{
+    return {name.begin(), name.end()};
+}
+
+std::string pathOf(const std::wstring& name)
+{
+    return std::string("/dev/shm/sem.").append(narrow(name));
+}
+
+bool exists(const std::string& path)
+{
+    struct stat status = {};
+    return lstat(path.c_str(), &status) == 0;
+}
+
+ino_t inodeOf(const std::string& path)
+{
+    struct stat status = {};
+    return lstat(path.c_str(), &status) == 0 ? status.st_ino : 0;
+}
+
+// How many descriptors of this process lead to the very file that `path` names.
+int descriptorsOf(const std::string& path)
+{
+    struct stat named = {};
+    if (lstat(path.c_str(), &named) != 0)
+        return 0;
+    int found = 0;
+    for (int descriptor = 0; descriptor < 64; ++descriptor) {
+        struct stat opened = {};
+        if (fstat(descriptor, &opened) == 0 && opened.st_dev == named.st_dev &&
+            opened.st_ino == named.st_ino)
+            ++found;
+    }
+    return found;
+}
+
+using Children = std::vector<std::unique_ptr<Child>>;
+
+class PosixNamedSemaphore : public testing::Test
+{
+public:
+    PosixNamedSemaphore(const PosixNamedSemaphore&) = delete;
+    PosixNamedSemaphore& operator=(const PosixNamedSemaphore&) = delete;
+
+protected:
+    PosixNamedSemaphore() = default;
+
+    ~PosixNamedSemaphore() override
+    {
+        removeForeign(name);
+        rmdir(path.c_str());
+    }
+
+    SemaphoreHandle create(int count, int maximum) const
+    {
+        return createNamedSemaphore(name.c_str(), count, maximum);
+    }
+
+    SemaphoreHandle open() const
+    {
+        return openNamedSemaphore(name.c_str());
+    }
+
+    // What stands where the semaphore's file should be is in the way for good.
+    void expectUnusable() const
+    {
+        EXPECT_EQ(nullptr, create(0, 1));
+        EXPECT_EQ(nullptr, open());
+        EXPECT_TRUE(exists(path));
+    }
+
+    Children startSharing(unsigned int count) const;
+
+    // A process that creates the semaphore and is killed while it holds it.
+    void createAndDie(int count) const
+    {
+        const Gate created;
+        Child child([&] {
+            create(count, 5);
+            created.open();
+            pause();
+            return 0;
+        });
+        created.pass();
+        child.killAndWait();
+    }
+
+    const std::wstring name = uniqueSemaphoreName(L"posix");
+    const std::string path = pathOf(name);
+};
+
+TEST_F(PosixNamedSemaphore, IsTheFileThatItsNameStandsFor)
+{
+    SemaphoreHandle semaphore = create(0, 1);
+    EXPECT_TRUE(exists(path));
+    closeSemaphore(semaphore);
+    EXPECT_FALSE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, BelongsToItsUserAloneWhateverTheMask)
+{
+    for (const mode_t mask : {0000, 0022, 0777}) {
+        const mode_t former = umask(mask);
+        SemaphoreHandle semaphore = create(0, 1);
+        umask(former);
+        ASSERT_NE(nullptr, semaphore);
+        struct stat status = {};
+        ASSERT_EQ(0, stat(path.c_str(), &status));
+        EXPECT_EQ(0600U, status.st_mode & 07777U);
+        EXPECT_EQ(geteuid(), status.st_uid);
+        closeSemaphore(semaphore);
+    }
+}
+
+TEST_F(PosixNamedSemaphore, LeavesNoDescriptorOpenWhenClosed)
+{
+    const int before = dup(0);
+    close(before);
+    SemaphoreHandle first = create(0, 1);
+    SemaphoreHandle second = open();
+    EXPECT_EQ(2, descriptorsOf(path));
+    closeSemaphore(first);
+    closeSemaphore(second);
+    const int after = dup(0);
+    close(after);
+    EXPECT_EQ(before, after);
+}
+
+TEST_F(PosixNamedSemaphore, IsNotHandedToProgramsThatThisOneStarts)
+{
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    for (int descriptor = 3; descriptor < 64; ++descriptor) {
+        struct stat opened = {};
+        if (fstat(descriptor, &opened) == 0 && opened.st_ino == inodeOf(path)) {
+            EXPECT_NE(0, fcntl(descriptor, F_GETFD) & FD_CLOEXEC);
+        }
+    }
+    closeSemaphore(semaphore);
+}
+
+TEST_F(PosixNamedSemaphore, CannotHaveAnEmptyName)
+{
+    EXPECT_EQ(nullptr, createNamedSemaphore(L"", 0, 1));
+    EXPECT_EQ(nullptr, openNamedSemaphore(L""));
+    EXPECT_FALSE(exists("/dev/shm/sem."));
+}
+
+TEST_F(PosixNamedSemaphore, CannotHaveANameWithASlash)
+{
+    for (const std::wstring& tried :
+         {std::wstring(L"/").append(name), name + L"/", name + L"/a"}) {
+        EXPECT_EQ(nullptr, createNamedSemaphore(tried.c_str(), 0, 1));
+        EXPECT_EQ(nullptr, openNamedSemaphore(tried.c_str()));
+    }
+    EXPECT_FALSE(exists(path));
+}
+
+class PosixNamedSemaphoreLength : public PosixNamedSemaphore,
+                                  public testing::WithParamInterface<std::size_t>
+{
+};
+
+TEST_P(PosixNamedSemaphoreLength, IsTakenWhenTheLibraryTakesIt)
+{
+    std::wstring longName = name + L"_";
+    longName.resize(GetParam(), L'x');
+    const bool libraryTakesIt = createForeign(longName, 0);
+    if (libraryTakesIt)
+        removeForeign(longName);
+    EXPECT_EQ(GetParam() <= 251, libraryTakesIt);
+
+    SemaphoreHandle semaphore = createNamedSemaphore(longName.c_str(), 0, 1);
+    EXPECT_EQ(libraryTakesIt, semaphore != nullptr);
+    if (semaphore) {
+        EXPECT_TRUE(existsForeign(longName));
+        closeSemaphore(semaphore);
+    }
+    EXPECT_FALSE(existsForeign(longName));
+}
+
+INSTANTIATE_TEST_SUITE_P(AroundTheLimit, PosixNamedSemaphoreLength,
+                         testing::Values(250, 251, 252, 255, 256, 300, 5000));
+
+TEST_F(PosixNamedSemaphore, CountsTheBytesOfANameNotItsCharacters)
+{
+    // 126 letters of two bytes each are one byte too many, 125 are not.
+    EXPECT_EQ(nullptr, createNamedSemaphore(std::wstring(126, L'\u00E4').c_str(), 0, 1));
+    SemaphoreHandle semaphore =
+        createNamedSemaphore(std::wstring(125, L'\u00E4').c_str(), 0, 1);
+    EXPECT_NE(nullptr, semaphore);
+    if (semaphore)
+        closeSemaphore(semaphore);
+}
+
+TEST_F(PosixNamedSemaphore, CanHaveANameOfDots)
+{
+    for (const wchar_t* dots : {L".", L".."}) {
+        SemaphoreHandle semaphore = createNamedSemaphore(dots, 0, 1);
+        ASSERT_NE(nullptr, semaphore);
+        EXPECT_TRUE(exists(pathOf(dots)));
+        closeSemaphore(semaphore);
+        EXPECT_FALSE(exists(pathOf(dots)));
+    }
+}
+
+TEST_F(PosixNamedSemaphore, IsNotMadeWhereAFolderStands)
+{
+    ASSERT_EQ(0, mkdir(path.c_str(), 0700));
+    expectUnusable();
+}
+
+TEST_F(PosixNamedSemaphore, IsNotMadeWhereAFileTooShortStands)
+{
+    const int file = ::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY, 0600);
+    ASSERT_EQ(7, write(file, "garbage", 7));
+    ASSERT_EQ(0, close(file));
+    expectUnusable();
+}
+
+TEST_F(PosixNamedSemaphore, IsNotMadeWhereAnEmptyFileStands)
+{
+    const int file = ::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY, 0600);
+    ASSERT_EQ(0, close(file));
+    expectUnusable();
+}
+
+TEST_F(PosixNamedSemaphore, IsNotMadeWhereAPipeStands)
+{
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    expectUnusable();
+}
+
+TEST_F(PosixNamedSemaphore, IsNotMadeThroughALink)
+{
+    const std::wstring otherName = uniqueSemaphoreName(L"target");
+    ASSERT_TRUE(createForeign(otherName, 1));
+    ASSERT_EQ(0, symlink(pathOf(otherName).c_str(), path.c_str()));
+    expectUnusable();
+    EXPECT_EQ(1, countForeign(otherName));
+    removeForeign(otherName);
+}
+
+TEST_F(PosixNamedSemaphore, IsNotOpenedWithoutTheRights)
+{
+    ASSERT_TRUE(createForeign(name, 1));
+    ASSERT_EQ(0, chmod(path.c_str(), 0));
+    Child child([this] {
+        // No file is closed to the administrator, but to anybody else.
+        if (geteuid() == 0 && setuid(65534) != 0)
+            return 1;
+        if (create(0, 1) != nullptr)
+            return 2;
+        return open() != nullptr ? 3 : 0;
+    });
+    EXPECT_EQ(0, child.wait());
+    EXPECT_TRUE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, IsNotOpenedByAnotherUser)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only the administrator can become another user";
+    SemaphoreHandle semaphore = create(1, 1);
+    ASSERT_NE(nullptr, semaphore);
+    Child child([this] {
+        if (setuid(65534) != 0)
+            return 1;
+        if (create(0, 1) != nullptr)
+            return 2;
+        return open() != nullptr ? 3 : 0;
+    });
+    EXPECT_EQ(0, child.wait());
+    EXPECT_EQ(1, countForeign(name));
+    closeSemaphore(semaphore);
+}
+
+TEST_F(PosixNamedSemaphore, IsSharedByTwoProcesses)
+{
+    const Gate created;
+    const Gate released;
+    Child child([&] {
+        SemaphoreHandle semaphore = create(0, 1);
+        created.open();
+        waitForSemaphore(semaphore);
+        released.pass();
+        const bool again = releaseSemaphore(semaphore);
+        closeSemaphore(semaphore);
+        return again ? 0 : 1;
+    });
+    created.pass();
+    SemaphoreHandle semaphore = open();
+    ASSERT_NE(nullptr, semaphore);
+    EXPECT_TRUE(releaseSemaphore(semaphore));
+    released.open();
+    EXPECT_EQ(0, child.wait());
+    EXPECT_TRUE(waitForSemaphore(semaphore));
+    closeSemaphore(semaphore);
+}
+
+TEST_F(PosixNamedSemaphore, StaysUntilTheSecondProcessClosesIt)
+{
+    const Gate created;
+    const Gate closed;
+    Child child([&] {
+        SemaphoreHandle semaphore = create(0, 1);
+        created.open();
+        closed.pass();
+        if (!exists(path))
+            return 1;
+        closeSemaphore(semaphore);
+        return exists(path) ? 2 : 0;
+    });
+    created.pass();
+    SemaphoreHandle semaphore = create(0, 1);
+    closeSemaphore(semaphore);
+    closed.open();
+    EXPECT_EQ(0, child.wait());
+}
+
+TEST_F(PosixNamedSemaphore, KeepsItsMaximumInEveryProcess)
+{
+    SemaphoreHandle semaphore = create(1, 1);
+    ASSERT_NE(nullptr, semaphore);
+    Child child([this] {
+        SemaphoreHandle opened = create(0, 9);
+        return releaseSemaphore(opened) ? 1 : 0;
+    });
+    EXPECT_EQ(0, child.wait());
+    EXPECT_EQ(1, countForeign(name));
+    closeSemaphore(semaphore);
+}
+
+TEST_F(PosixNamedSemaphore, SurvivesTheDeathOfOneOfItsHolders)
+{
+    SemaphoreHandle semaphore = create(0, 5);
+    ASSERT_NE(nullptr, semaphore);
+    const ino_t inode = inodeOf(path);
+    createAndDie(3);
+    EXPECT_EQ(inode, inodeOf(path));
+    SemaphoreHandle other = create(1, 1);
+    EXPECT_EQ(inode, inodeOf(path));
+    EXPECT_EQ(0, countForeign(name));
+    closeSemaphore(other);
+    EXPECT_TRUE(exists(path));
+    closeSemaphore(semaphore);
+    EXPECT_FALSE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, StartsAfreshAfterItsOnlyHolderWasKilled)
+{
+    createAndDie(3);
+    SemaphoreHandle semaphore = create(1, 2);
+    ASSERT_NE(nullptr, semaphore);
+    EXPECT_EQ(1, countForeign(name));
+    EXPECT_TRUE(releaseSemaphore(semaphore));
+    EXPECT_FALSE(releaseSemaphore(semaphore));
+    closeSemaphore(semaphore);
+    EXPECT_FALSE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, CannotBeOpenedAfterItsOnlyHolderWasKilled)
+{
+    createAndDie(3);
+    EXPECT_EQ(nullptr, open());
+    EXPECT_FALSE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, StartsAfreshAfterAWaitingHolderWasKilled)
+{
+    const Gate waiting;
+    Child child([&] {
+        SemaphoreHandle semaphore = create(0, 1);
+        waiting.open();
+        waitForSemaphore(semaphore);
+        return 0;
+    });
+    waiting.pass();
+    child.killAndWait();
+    SemaphoreHandle semaphore = create(1, 1);
+    ASSERT_NE(nullptr, semaphore);
+    EXPECT_EQ(1, countForeign(name));
+    closeSemaphore(semaphore);
+}
+
+TEST_F(PosixNamedSemaphore, ClearsOtherNamesOfKilledHoldersAway)
+{
+    createAndDie(0);
+    const std::wstring otherName = uniqueSemaphoreName(L"another");
+    SemaphoreHandle other = createNamedSemaphore(otherName.c_str(), 0, 1);
+    ASSERT_NE(nullptr, other);
+    EXPECT_FALSE(exists(path));
+    closeSemaphore(other);
+}
+
+TEST_F(PosixNamedSemaphore, ClearsNoNameAwayThatIsHeldOrForeign)
+{
+    const std::wstring foreignName = uniqueSemaphoreName(L"foreign");
+    ASSERT_TRUE(createForeign(foreignName, 1));
+    SemaphoreHandle held = create(1, 1);
+    const ino_t inode = inodeOf(path);
+    const std::wstring otherName = uniqueSemaphoreName(L"another");
+    Child child([&] {
+        SemaphoreHandle other = createNamedSemaphore(otherName.c_str(), 0, 1);
+        closeSemaphore(other);
+        return 0;
+    });
+    EXPECT_EQ(0, child.wait());
+    EXPECT_EQ(inode, inodeOf(path));
+    EXPECT_EQ(1, countForeign(foreignName));
+    removeForeign(foreignName);
+    closeSemaphore(held);
+}
+
+TEST_F(PosixNamedSemaphore, LeavesAForeignOneThatTookItsNameMeanwhile)
+{
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    removeForeign(name);
+    ASSERT_TRUE(createForeign(name, 4));
+    closeSemaphore(semaphore);
+    EXPECT_EQ(4, countForeign(name));
+}
+
+TEST_F(PosixNamedSemaphore, LeavesAnotherOneThatTookItsNameMeanwhile)
+{
+    SemaphoreHandle first = create(0, 1);
+    ASSERT_NE(nullptr, first);
+    removeForeign(name);
+    SemaphoreHandle second = create(1, 1);
+    ASSERT_NE(nullptr, second);
+    closeSemaphore(first);
+    EXPECT_EQ(1, countForeign(name));
+    closeSemaphore(second);
+    EXPECT_FALSE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, IsStillUsableWhenAForeignHandTookItsNameAway)
+{
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    removeForeign(name);
+    EXPECT_TRUE(releaseSemaphore(semaphore));
+    EXPECT_TRUE(waitForSemaphore(semaphore));
+    closeSemaphore(semaphore);
+    EXPECT_FALSE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, CanBeWaitedOnByAForeignProgram)
+{
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    const Gate opened;
+    const std::string systemName = std::string("/").append(narrow(name));
+    Child child([&] {
+        sem_t* foreign = sem_open(systemName.c_str(), 0);
+        if (foreign == SEM_FAILED)
+            return 1;
+        opened.open();
+        return sem_wait(foreign) == 0 ? 0 : 2;
+    });
+    opened.pass();
+    EXPECT_TRUE(releaseSemaphore(semaphore));
+    EXPECT_EQ(0, child.wait());
+    EXPECT_EQ(0, countForeign(name));
+    closeSemaphore(semaphore);
+}
+
+TEST_F(PosixNamedSemaphore, GoesOnWaitingAfterASignal)
+{
+    const Gate waiting;
+    const pid_t parent = getpid();
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    struct sigaction former = {};
+    struct sigaction interrupting = {};
+    static volatile sig_atomic_t signals = 0;
+    signals = 0;
+    interrupting.sa_handler = [](int) {
+        signals = signals + 1;
+    };
+    sigaction(SIGUSR1, &interrupting, &former);
+    // Signals first, and among them some that meet the wait; then the release.
+    Child child([&] {
+        waiting.pass();
+        for (int i = 0; i < 50; ++i) {
+            kill(parent, SIGUSR1);
+            usleep(200);
+        }
+        postForeign(name);
+        return 0;
+    });
+    waiting.open();
+    EXPECT_TRUE(waitForSemaphore(semaphore));
+    EXPECT_LT(0, signals);
+    EXPECT_EQ(0, child.wait());
+    sigaction(SIGUSR1, &former, nullptr);
+    EXPECT_EQ(0, countForeign(name));
+    closeSemaphore(semaphore);
+}
+
+// One process of many that share a name: creates, opens, releases and closes at
+// random, and looks each time whether the file it holds is the one named. 0, or
+// a number that tells what it found wrong.
+int shareAtRandom(const std::wstring& name, unsigned int seed)
+{
+    constexpr int rounds = 4000;
+    const std::string path = pathOf(name);
+    std::minstd_rand random(seed);
+    std::vector<SemaphoreHandle> held;
+    for (int round = 0; round < rounds; ++round) {
+        SemaphoreHandle next = nullptr;
+        switch (random() % 5) {
+        case 0:
+        case 1:
+            next = createNamedSemaphore(name.c_str(), 0, 2);
+            if (!next)
+                return 1;
+            break;
+        case 2:
+            next = openNamedSemaphore(name.c_str());
+            if (!next && !held.empty())
+                return 2;
+            break;
+        case 3:
+            if (!held.empty())
+                releaseSemaphore(held.back());
+            break;
+        default:
+            break;
+        }
+        if (next)
+            held.push_back(next);
+        if (static_cast<int>(held.size()) != descriptorsOf(path) && !held.empty())
+            return 3;
+        if (held.size() > 3 || random() % 3 == 0)
+            while (!held.empty()) {
+                closeSemaphore(held.back());
+                held.pop_back();
+                if (!held.empty() && !exists(path))
+                    return 4;
+            }
+    }
+    for (SemaphoreHandle handle : held)
+        closeSemaphore(handle);
+    return 0;
+}
+
+Children PosixNamedSemaphore::startSharing(unsigned int count) const
+{
+    Children children(count);
+    for (unsigned int i = 0; i < count; ++i)
+        children[i] =
+            std::make_unique<Child>([this, i] { return shareAtRandom(name, 1 + i); });
+    return children;
+}
+
+TEST_F(PosixNamedSemaphore, IsOneAndTheSameForManyProcessesAtRandom)
+{
+    const auto children = startSharing(6);
+    for (const auto& child : children)
+        EXPECT_EQ(0, child->wait());
+    EXPECT_FALSE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, IsOneAndTheSameAlsoWhenHoldersAreKilled)
+{
+    const auto children = startSharing(3);
+    for (unsigned int i = 0; i < 100; ++i) {
+        Child killed([this, i] { return shareAtRandom(name, 100 + i); });
+        // Anywhere in its work: the wait chooses the place, nothing hangs on it.
+        usleep(i * 997 % 3000);
+        killed.killAndWait();
+    }
+    for (const auto& child : children)
+        EXPECT_EQ(0, child->wait());
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    EXPECT_EQ(0, countForeign(name));
+    closeSemaphore(semaphore);
+    EXPECT_FALSE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, IsNotRaisedAboveItsMaximumByProcessesTogether)
+{
+    SemaphoreHandle semaphore = create(0, 100);
+    ASSERT_NE(nullptr, semaphore);
+    Children children(4);
+    for (auto& child : children)
+        child = std::make_unique<Child>([this] {
+            SemaphoreHandle opened = open();
+            int succeeded = 0;
+            for (int release = 0; release < 200; ++release)
+                if (releaseSemaphore(opened))
+                    ++succeeded;
+            return succeeded;
+        });
+    int succeeded = 0;
+    for (const auto& child : children)
+        succeeded += child->wait();
+    EXPECT_EQ(100, succeeded);
+    EXPECT_EQ(100, countForeign(name));
+    closeSemaphore(semaphore);
+}
+
+} // namespace

@@ -1,0 +1,64 @@
+// A search for 64-bit primes above a base, installed in the shared state for the
+// length of one test.
+#pragma once
+
+#include "search/generation_callback.h"
+#include "search/search_state.h"
+#include "search/settings.h"
+#include "search/stop_flag.h"
+#include "tests/support/big.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <new>
+
+struct CallbackFree {
+    void operator()(GenCallback* callback) const
+    {
+        BN_GENCB_free(callback);
+    }
+};
+using OwnedCallback = std::unique_ptr<GenCallback, CallbackFree>;
+
+inline OwnedCallback makeCallback(StopFlag& stopFlag)
+{
+    OwnedCallback callback(BN_GENCB_new());
+    if (!callback)
+        throw std::bad_alloc();
+    BN_GENCB_set(callback.get(), callBack2, &stopFlag);
+    return callback;
+}
+
+class SearchFixture : public testing::Test
+{
+public:
+    SearchFixture(const SearchFixture&) = delete;
+    SearchFixture& operator=(const SearchFixture&) = delete;
+
+protected:
+    SearchFixture()
+    {
+        noPrompt = 1;
+        outPrompt = nullptr;
+        setBase(lock, fromHex("1'0000'0000'0000'0000").release(), 64);
+    }
+
+    ~SearchFixture() override
+    {
+        BN_free(sharedBase);
+        sharedBase = nullptr;
+        takeResult();
+        noPrompt = 0;
+    }
+
+    // Takes the result published last out of the shared state, as the next one
+    // would drop it there for good.
+    static BigNumber takeResult()
+    {
+        return BigNumber(resultPrime.exchange(nullptr));
+    }
+
+    TrackedLock lock;
+    StopFlag stopFlag{0};
+    OwnedCallback callback = makeCallback(stopFlag);
+};
