@@ -34,7 +34,8 @@ Verdict testSafe(const BIGNUM* candidate, BIGNUM* half, int checks, int number,
     return Verdict::accepted;
 }
 
-// The smallest safe prime, 7, has three bits, and none has four or five.
+// 7, of three bits, is the smallest safe prime that is searched for; four and five
+// bits are refused.
 bool existsWith(int bits, bool safe)
 {
     return safe ? bits == 3 || bits >= 6 : bits >= 2;

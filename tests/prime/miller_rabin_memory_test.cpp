@@ -117,25 +117,34 @@ TEST_F(MillerRabinMemory, NeedsNoContextForWhatItDecidesAtOnce)
     const BigNumber two = fromWord(2);
     const BigNumber three = fromWord(3);
     const BigNumber four = fromWord(4);
+    const BigNumber one = fromWord(1);
+    const BigNumber negative = fromHex("-5");
     failCryptoAllocation(0);
+    EXPECT_EQ(0, isPrime(one.get(), 1, nullptr, 0, nullptr));
+    EXPECT_EQ(0, isPrime(negative.get(), 1, nullptr, 0, nullptr));
     EXPECT_EQ(1, isPrime(two.get(), 1, nullptr, 0, nullptr));
     EXPECT_EQ(1, isPrime(three.get(), 1, nullptr, 0, nullptr));
     EXPECT_EQ(0, isPrime(four.get(), 1, nullptr, 0, nullptr));
     EXPECT_EQ(0, cryptoAllocations());
 }
 
-TEST_F(MillerRabinMemory, FailsWithoutAVerdictWhicheverAllocationFails)
+namespace
 {
+
+// Tests `number`, which gets this verdict, with each of the library's allocations
+// failing in turn: every time without a verdict, and keeping nothing.
+void failEachAllocation(const std::string& digits, PrimeTestStatus verdict)
+{
+    constexpr PrimeTestStatus unwritten = 77;
     RandomDraws draws(Script{{3}});
-    // 2^255 - 19 has two twos in w - 1, and 9 is prime to it: squarings too.
-    const BigNumber number = fromHex(oracle::powerOfTwo(255, -19));
+    const BigNumber number = fromHex(digits);
     settleCryptoMemory();
     const int before = cryptoBlocks();
     int failures = 0;
     for (int fault = 0;; ++fault) {
         ASSERT_EQ(before, cryptoBlocks()) << "before fault " << fault;
         const Context context = newContext();
-        PrimeTestStatus status = 77;
+        PrimeTestStatus status = unwritten;
         failCryptoAllocation(fault);
         const int returned =
             millerRabin(number.get(), 2, context.get(), nullptr, &status);
@@ -143,16 +152,30 @@ TEST_F(MillerRabinMemory, FailsWithoutAVerdictWhicheverAllocationFails)
         failCryptoAllocation(-1);
         if (!hit) {
             EXPECT_EQ(1, returned);
-            EXPECT_EQ(primeTestProbablePrime, status);
+            EXPECT_EQ(verdict, status);
             break;
         }
         ASSERT_EQ(0, returned) << "fault " << fault;
-        ASSERT_EQ(77, status) << "fault " << fault;
+        ASSERT_EQ(unwritten, status) << "fault " << fault;
         ++failures;
         // The same context serves again once there is memory.
-        EXPECT_EQ(1, isPrime(number.get(), 1, context.get(), 0, nullptr))
-            << "fault " << fault;
+        EXPECT_EQ(1, millerRabin(number.get(), 1, context.get(), nullptr, &status));
+        EXPECT_EQ(verdict, status) << "after fault " << fault;
     }
     std::cout << failures << " allocations failed in turn\n";
     EXPECT_GT(failures, 7);
+}
+
+} // namespace
+
+TEST_F(MillerRabinMemory, FailsWithoutAVerdictWhicheverAllocationFails)
+{
+    // 2^255 - 19 has two twos in w - 1: its test takes squarings.
+    failEachAllocation(oracle::powerOfTwo(255, -19), primeTestProbablePrime);
+}
+
+TEST_F(MillerRabinMemory, GivesNoVerdictWhenTheLastSquaringFails)
+{
+    // 3 modulo 4: the squaring that decides nothing is the only one.
+    failEachAllocation(oracle::powerOfTwo(255, -21), primeTestComposite);
 }

@@ -138,7 +138,7 @@ TEST(FoundPrimeOfOneByte, IsTheFirstAboveEveryBase)
 TEST(FoundPrimeOfManyBits, IsTheFirstSafeOneOf512Bits)
 {
     useRepeatableBytes(1);
-    for (const std::uint32_t seed : {1, 2, 3}) {
+    for (const std::uint32_t seed : {1U, 2U, 3U}) {
         const std::string base = oracle::randomNumber(512, seed);
         EXPECT_EQ(oracle::firstPrime(base, {512, true}), find(base, {512, true}));
     }
@@ -148,7 +148,7 @@ TEST(FoundPrimeOfManyBits, IsTheFirstSafeOneOf1024Bits)
 {
     useRepeatableBytes(1);
     // Two bases with a safe prime not too far above them.
-    for (const std::uint32_t seed : {1, 5}) {
+    for (const std::uint32_t seed : {1U, 5U}) {
         const std::string base = oracle::randomNumber(1024, seed);
         EXPECT_EQ(oracle::firstPrime(base, {1024, true}), find(base, {1024, true}));
     }

@@ -215,7 +215,7 @@ TEST_F(PrimeGeneration, TellsEachTurnByTheNumberOfItsCandidate)
 TEST_F(PrimeGeneration, TellsTheEventsOfAPlainSearchInOrder)
 {
     for (const int bits : {8, 24, 40, 64, 129, 256})
-        for (const unsigned long witness : {2, 3}) {
+        for (const unsigned long witness : {2U, 3U}) {
             trace_.events.clear();
             RandomDraws draws(always(witness));
             const std::string base = oracle::randomNumber(bits, 11);
@@ -229,7 +229,7 @@ TEST_F(PrimeGeneration, TellsTheEventsOfAPlainSearchInOrder)
 TEST_F(PrimeGeneration, TellsTheEventsOfASafeSearchInOrder)
 {
     for (const int bits : {8, 24, 40, 64, 129, 256})
-        for (const unsigned long witness : {2, 3}) {
+        for (const unsigned long witness : {2U, 3U}) {
             trace_.events.clear();
             RandomDraws draws(always(witness));
             const std::string base = oracle::randomNumber(bits, 11);

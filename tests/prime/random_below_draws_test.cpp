@@ -57,7 +57,7 @@ constexpr int rounds = 200;
 
 TEST_F(DrawsOfTheClocks, AreZeroBelowTwoAndThree)
 {
-    for (const BN_ULONG bound : {2, 3})
+    for (const BN_ULONG bound : {2U, 3U})
         for (int i = 0; i < rounds; ++i)
             EXPECT_EQ("0", toHex(below(fromWord(bound).get()).get())) << bound;
 }
@@ -84,7 +84,7 @@ TEST_F(DrawsOfTheClocks, AreZeroBelowABoundOfOneByteThatStartsWith11Or101)
 
 TEST_F(DrawsOfTheClocks, AreZeroBelowABoundOf7BitsThatStartsWith100)
 {
-    for (const BN_ULONG bound : {2, 4, 8, 9, 16, 19, 32, 39, 64, 79})
+    for (const BN_ULONG bound : {2U, 4U, 8U, 9U, 16U, 19U, 32U, 39U, 64U, 79U})
         EXPECT_EQ("0", toHex(below(fromWord(bound).get()).get())) << bound;
 }
 

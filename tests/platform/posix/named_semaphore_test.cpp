@@ -122,7 +122,7 @@ TEST_F(PosixNamedSemaphore, IsTheFileThatItsNameStandsFor)
 
 TEST_F(PosixNamedSemaphore, BelongsToItsUserAloneWhateverTheMask)
 {
-    for (const mode_t mask : {0000, 0022, 0777}) {
+    for (const mode_t mask : {0000U, 0022U, 0777U}) {
         const mode_t former = umask(mask);
         SemaphoreHandle semaphore = create(0, 1);
         umask(former);
@@ -456,6 +456,18 @@ TEST_F(PosixNamedSemaphore, LeavesAnotherOneThatTookItsNameMeanwhile)
     EXPECT_EQ(1, countForeign(name));
     closeSemaphore(second);
     EXPECT_FALSE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, CanBeWaitedOnByThoseThatOpenedIt)
+{
+    SemaphoreHandle creator = create(0, 1);
+    SemaphoreHandle other = open();
+    ASSERT_NE(nullptr, other);
+    EXPECT_TRUE(releaseSemaphore(creator));
+    closeSemaphore(creator);
+    EXPECT_EQ(1, countForeign(name));
+    EXPECT_TRUE(waitForSemaphore(other));
+    closeSemaphore(other);
 }
 
 TEST_F(PosixNamedSemaphore, IsStillUsableWhenAForeignHandTookItsNameAway)
