@@ -7,11 +7,11 @@
 namespace
 {
 
-constexpr std::uint32_t longestMilliseconds = 100;
+constexpr std::uint32_t longestMilliseconds = 500;
 // Enough for a thread that can run at once, on another processor or this one.
 // Beyond that the machine is busy, or the other thread does not come.
 constexpr int mostYields = 200;
-constexpr int mostPauses = 100;
+constexpr int mostPauses = 500;
 
 } // namespace
 

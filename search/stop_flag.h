@@ -11,7 +11,7 @@
 // stop by one event.
 using StopFlag = std::atomic<std::uint8_t>;
 
-// Returns once `flag` is set, or after about 100 ms: for a thread that just did
+// Returns once `flag` is set, or after about half a second: for a thread that just did
 // what makes another one set it, and would outrun it. Whether the other thread
 // really comes is for the caller's next look at the flag; nobody waits for good.
 void giveWayTo(const StopFlag& flag);

@@ -128,19 +128,4 @@ TEST_F(Stop, OfAKilledRunIsNotSeenByTheNext)
     EXPECT_EQ(384U, next.output.size());
 }
 
-TEST_F(Stop, OfTheNextRunIsNotHinderedByAKilledOne)
-{
-    const auto killed = startOwned({"-base", "00FF"});
-    ASSERT_TRUE(semaphoreAppears());
-    killed->kill();
-    killed->wait();
-
-    Process next = start({"-base", "00FF"});
-    // Posted to the new semaphore or, while the next run has not replaced it
-    // yet, in vain to the old one.
-    while (next.isRunning())
-        postForeign(semaphoreName);
-    expectEnding(-1, started("Prime", 16, 0), next.wait());
-}
-
 } // namespace

@@ -61,10 +61,10 @@ TEST(PrintTo, FlushesNothing)
 {
     const TemporaryFolder folder;
     const Stream stream = openStream(folder / "text", "wb");
-    printTo(stream.get(), "held back\n");
+    printTo(stream.get(), "held back");
     EXPECT_EQ("", contentOf(folder / "text"));
     std::fflush(stream.get());
-    EXPECT_EQ("held back\n", contentOf(folder / "text"));
+    EXPECT_EQ("held back", contentOf(folder / "text"));
 }
 
 TEST(PrintTo, LeavesAFailedWriteToTheStream)
