@@ -2,18 +2,18 @@
 # Tests norv, building and installing what is missing.
 #   ./test.sh           the native tests
 #   ./test.sh all       everything that CI runs: the native tests, lint, debug,
-#                       asan, tsan, stress
+#                       asan, tsan, stress, windows
 #   ./test.sh TASK…     the tasks named
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 jobs=$(nproc)
 
-build() { # PRESET
+build() { # PRESET OPTION…
     mkdir -p build
     (
         flock 9
-        cmake --preset "$1" -DNORV_TESTS=ON
+        cmake --preset "$@" -DNORV_TESTS=ON
         cmake --build --preset "$1"
     ) 9>build/.lock
 }
@@ -21,7 +21,7 @@ build() { # PRESET
 run_tests() { # PRESET
     tools/install build test
     build "$1"
-    ctest --test-dir "build/$1" -j "$jobs" --output-on-failure --no-tests=error
+    ctest --preset "$1" -j "$jobs"
 }
 
 task_native() { run_tests release; }
@@ -50,8 +50,25 @@ task_stress() {
     build/release/tests/end_to_end/norv_stress
 }
 
+# The program and all tests built for Windows and run under Wine; then both
+# systems' programs and lists of tests compared.
+task_windows() {
+    tools/install build test windows
+    local openssl gmp
+    openssl=$(tools/openssl-windows)
+    gmp=$(tools/gmp-windows)
+    build windows -DOPENSSL_ROOT_DIR="$openssl" -DGMP_ROOT_DIR="$gmp"
+    tools/windows-dlls build/windows/norv.exe
+    tools/with-wine ctest --preset windows -j "$jobs"
+
+    build release
+    tools/with-wine tests/end_to_end/same_results.sh \
+        build/release/norv 'wine build/windows/norv.exe'
+    tools/windows-names
+}
+
 task_all() {
-    for task in native lint debug asan tsan stress; do
+    for task in native lint debug asan tsan stress windows; do
         printf '\n== %s\n' "$task"
         "task_$task"
     done

@@ -160,7 +160,7 @@ TEST_F(NamedSemaphore, StaysUntilTheLastHandleIsClosed)
 TEST_F(NamedSemaphore, KeepsItsCountWhenItsCreatorCloses)
 {
     SemaphoreHandle creator = create(0, 1);
-    SemaphoreHandle other = open();
+    SemaphoreHandle other = create(0, 1);
     EXPECT_TRUE(releaseSemaphore(creator));
     close(creator);
     EXPECT_EQ(1, countForeign(name));
@@ -307,7 +307,7 @@ TEST_F(NamedSemaphore, IsReleasedByAForeignProgram)
 
 TEST_F(NamedSemaphore, LetsOneWaitGoOnARelease)
 {
-    Waiting waiting[2] = {{create(0, 2)}, {open()}};
+    Waiting waiting[2] = {{create(0, 2)}, {create(0, 2)}};
     ASSERT_NE(nullptr, waiting[1].semaphore);
     const std::vector<ThreadHandle> threads{createThread(wait, &waiting[0]),
                                             createThread(wait, &waiting[1])};

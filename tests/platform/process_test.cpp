@@ -3,6 +3,7 @@
 #include "platform/named_semaphore.h"
 #include "platform/thread.h"
 #include "tests/platform/temporary_folder.h"
+#include "tests/support/death_test.h"
 #include "tests/support/foreign_semaphore.h"
 
 #include <atomic>
@@ -47,7 +48,7 @@ TEST(EndProcessDeathTest, GivesTheExitCodeOnToTheCaller)
 TEST(EndProcessDeathTest, WritesWhatStandardOutputHolds)
 {
     const TemporaryFolder folder;
-    const std::string path = (folder / "output").string();
+    const std::string path = sharedWithStatement("path", (folder / "output").string());
     EXPECT_EXIT(
         {
             redirectOutputTo(path);
@@ -61,7 +62,7 @@ TEST(EndProcessDeathTest, WritesWhatStandardOutputHolds)
 TEST(EndProcessDeathTest, DestroysNothing)
 {
     const TemporaryFolder folder;
-    const std::string path = (folder / "output").string();
+    const std::string path = sharedWithStatement("path", (folder / "output").string());
     EXPECT_EXIT(
         {
             redirectOutputTo(path);
@@ -87,7 +88,10 @@ TEST(EndProcessDeathTest, EndsThreadsWhereverTheyAre)
 
 TEST(EndProcessDeathTest, GivesNamedSemaphoresUp)
 {
-    const std::wstring name = uniqueSemaphoreName(L"end");
+    const std::wstring unique = uniqueSemaphoreName(L"end");
+    const std::string shared =
+        sharedWithStatement("name", {unique.begin(), unique.end()});
+    const std::wstring name(shared.begin(), shared.end());
     EXPECT_EXIT(
         {
             createNamedSemaphore(name.c_str(), 0, 1);

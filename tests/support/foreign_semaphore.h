@@ -6,7 +6,7 @@
 
 // A name that no other test, and no other run of this test, uses. `suffix`
 // tells the names of one process apart.
-std::wstring uniqueSemaphoreName(const std::wstring& suffix = L"");
+std::wstring uniqueSemaphoreName(const std::wstring& suffix = {});
 
 // Makes a semaphore that stays until removeForeign. False when the name exists.
 bool createForeign(const std::wstring& name, int count);

@@ -1,0 +1,19 @@
+# GoogleTest and GMP, which only the tests use, as GTest::gtest, GTest::gtest_main
+# and gmp. GMP_ROOT_DIR says where GMP lies when it is not the system's.
+
+# A cross-compiler has no GoogleTest of its own: Debian ships the sources.
+set(googletest_sources /usr/src/googletest)
+if(CMAKE_CROSSCOMPILING AND EXISTS ${googletest_sources})
+  set(BUILD_GMOCK OFF CACHE BOOL "" FORCE)
+  set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+  add_subdirectory(${googletest_sources} ${PROJECT_BINARY_DIR}/googletest
+                   EXCLUDE_FROM_ALL)
+else()
+  find_package(GTest REQUIRED)
+endif()
+
+find_library(GMP_LIBRARY gmp HINTS ${GMP_ROOT_DIR}/lib REQUIRED)
+find_path(GMP_INCLUDE_DIR gmp.h HINTS ${GMP_ROOT_DIR}/include REQUIRED)
+add_library(gmp INTERFACE IMPORTED)
+target_link_libraries(gmp INTERFACE ${GMP_LIBRARY})
+target_include_directories(gmp INTERFACE ${GMP_INCLUDE_DIR})

@@ -1,0 +1,73 @@
+# Sourced by the tools that build a library for Windows from Debian's source
+# packages. What they build lies in the user's cache, outside this tree, so that a
+# clean checkout finds it again.
+# shellcheck shell=bash
+
+# built_before NAME VERSION…: the folder of the first of these versions that the
+# cache holds, printed; fails when it holds none.
+built_before() {
+    local name=$1 version
+    shift
+    for version in "$@"; do
+        if [ -e "$cache/$name-$version/complete" ]; then
+            echo "$cache/$name-$version"
+            return
+        fi
+    done
+    return 1
+}
+
+# fetch_source PACKAGE VERSION…: unpacks the first of these versions that Debian's
+# own archive serves into "$work/source", whatever the machine's apt set-up, and
+# sets `version`.
+fetch_source() {
+    local package=$1
+    shift
+    mkdir -p "$work/lists/partial" "$work/download"
+    {
+        echo 'deb-src http://deb.debian.org/debian bookworm main'
+        echo 'deb-src http://deb.debian.org/debian bookworm-updates main'
+        echo 'deb-src http://deb.debian.org/debian-security bookworm-security main'
+    } >"$work/sources.list"
+    local apt=(apt-get -q -o "Dir::Etc::SourceList=$work/sources.list"
+        -o Dir::Etc::SourceParts=- -o "Dir::State::Lists=$work/lists"
+        -o APT::Sandbox::User=root)
+    "${apt[@]}" update >&2
+    for version in "$@"; do
+        if (cd "$work/download" &&
+            "${apt[@]}" source --download-only "$package=$version" >&2); then
+            dpkg-source --no-check -x "$work/download/${package}_"*.dsc "$work/source" >&2
+            return
+        fi
+        echo "$package $version is not served, trying the next one" >&2
+    done
+    echo "no $package source package is served" >&2
+    return 1
+}
+
+# logged COMMAND…: runs it in a shell of its own and shows the end of what it said
+# only when it fails. The command must tell failures itself: `set -e` rests.
+logged() {
+    ("$@") >"$work/log" 2>&1 || {
+        tail -40 "$work/log" >&2
+        return 1
+    }
+}
+
+# store NAME: moves "$work/built" into the cache and prints its folder there.
+store() {
+    local target=$cache/$1
+    touch "$work/built/complete"
+    rm -rf "$target" "$target.new"
+    cp -r "$work/built" "$target.new"
+    mv "$target.new" "$target"
+    echo "$target"
+}
+
+cache=${XDG_CACHE_HOME:-$HOME/.cache}/norv
+mkdir -p "$cache"
+# One build at a time.
+exec 9>"$cache/.lock"
+flock 9
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
