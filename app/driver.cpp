@@ -6,6 +6,7 @@
 #include "app/result_output.h"
 #include "platform/clock.h"
 #include "platform/command_line.h"
+#include "platform/critical_section.h"
 #include "platform/process.h"
 #include "platform/text.h"
 #include "platform/thread.h"
@@ -18,7 +19,6 @@
 #include "search/trace_number.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
 #include <cstdio>
 #include <limits>
@@ -145,14 +145,16 @@ OwnedCallback makeCallback(StopFlag& stopFlag)
     return callback;
 }
 
-// Where the workers wait until all of them are there: the thread that makes them
-// would else compete with those it has made. It stays shut when they cannot be
-// waited for, since the run then ends before they could find anything.
-std::atomic<bool> workersMayStart{false};
+// Held until all workers are there, and entered by each before it starts: the
+// thread that makes them would else compete with those it has made. It stays held
+// when they cannot be waited for, since the run then ends before they could find
+// anything.
+CriticalSection workersGate;
 
 std::uint32_t startWorker(void* context)
 {
-    workersMayStart.wait(false);
+    enterCriticalSection(workersGate);
+    leaveCriticalSection(workersGate);
     return workerThreadProc(context);
 }
 
@@ -172,13 +174,13 @@ ThreadsEnd runThreads(SearchContext& context, std::int32_t threadCount)
     std::vector<ThreadHandle> handles{createThread(stopWatcherThreadProc, &context)};
     if (handles[0])
         giveWayTo(stopWatcherReady);
+    initializeCriticalSection(workersGate);
+    enterCriticalSection(workersGate);
     // After one thread that cannot be made the run is lost: make no more.
     for (std::int32_t i = 0; i < threadCount && handles.back(); ++i)
         handles.push_back(createThread(startWorker, &context));
-    if (handles.back() && handles.size() <= maxWaitHandles) {
-        workersMayStart = true;
-        workersMayStart.notify_all();
-    }
+    if (handles.back() && handles.size() <= maxWaitHandles)
+        leaveCriticalSection(workersGate);
 
     const std::size_t waited = threadCount == -1 ? 0 : handles.size();
     ThreadsEnd end{exitNoResult,

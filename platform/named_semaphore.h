@@ -13,7 +13,7 @@ using SemaphoreHandle = SemaphoreObject*;
 // one or the rights are missing.
 SemaphoreHandle createNamedSemaphore(const wchar_t* name, int count, int maximum);
 
-// Opens the semaphore of that name. Null when there is none.
+// Opens the semaphore of that name, to release it. Null when there is none.
 SemaphoreHandle openNamedSemaphore(const wchar_t* name);
 
 // Raises the count by one, which lets one waiting thread of any process go on.
