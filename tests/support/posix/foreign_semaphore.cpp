@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
+#include <mutex>
 #include <semaphore.h>
 #include <string>
 #include <unistd.h>
@@ -10,9 +11,14 @@
 namespace
 {
 
+// The C library guards its table of semaphores with a lock that the thread
+// sanitizer does not see: tests whose threads ask side by side need one it sees.
+std::mutex tableMutex;
+
 struct Close {
     void operator()(sem_t* semaphore) const
     {
+        const std::scoped_lock lock(tableMutex);
         sem_close(semaphore);
     }
 };
@@ -29,6 +35,7 @@ std::string systemName(const std::wstring& name)
 
 Opened openExisting(const std::wstring& name)
 {
+    const std::scoped_lock lock(tableMutex);
     sem_t* semaphore = sem_open(systemName(name).c_str(), 0);
     return Opened(semaphore == SEM_FAILED ? nullptr : semaphore);
 }
@@ -42,6 +49,7 @@ std::wstring uniqueSemaphoreName(const std::wstring& suffix)
 
 bool createForeign(const std::wstring& name, int count)
 {
+    const std::scoped_lock lock(tableMutex);
     sem_t* semaphore = sem_open(systemName(name).c_str(), O_CREAT | O_EXCL, 0600,
                                 static_cast<unsigned int>(count));
     return semaphore != SEM_FAILED && sem_close(semaphore) == 0;
