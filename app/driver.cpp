@@ -10,6 +10,7 @@
 #include "platform/process.h"
 #include "platform/text.h"
 #include "platform/thread.h"
+#include "prime/shortcuts.h"
 #include "search/generation_callback.h"
 #include "search/search_state.h"
 #include "search/search_worker.h"
@@ -73,6 +74,7 @@ Options readOptions(CommandLine& commandLine)
     getOption(commandLine, L"-outPrompt", outPrompt, nullptr);
     options.safe = takeFlag(commandLine, L"-safe");
     noPrompt = takeFlag(commandLine, L"-noPrompt");
+    eventsUnwatched = noPrompt && !outPrompt;
     if (options.inputCount != 0)
         getOption(commandLine, L"-test", options.testText, nullptr);
     return options;

@@ -16,6 +16,15 @@ struct BigNumberFree {
 };
 using BigNumber = std::unique_ptr<BIGNUM, BigNumberFree>;
 
+struct BigNumberClearFree {
+    void operator()(BIGNUM* number) const
+    {
+        BN_clear_free(number);
+    }
+};
+// For numbers made of the base or of a candidate: wiped before they are freed.
+using SecretNumber = std::unique_ptr<BIGNUM, BigNumberClearFree>;
+
 struct ContextFree {
     void operator()(BN_CTX* context) const
     {

@@ -2,6 +2,8 @@
 
 #include "prime/big_number.h"
 #include "prime/random_bytes.h"
+#include "prime/shortcuts.h"
+#include "prime/word_residues.h"
 
 #include <cassert>
 #include <memory>
@@ -59,11 +61,15 @@ bool startFromRandom(BIGNUM* candidate, int bits)
 
 bool computeResidues(const BIGNUM* start, std::size_t used, std::uint16_t* residues)
 {
-    for (std::size_t i = 1; i < used; ++i) {
-        const BN_ULONG residue = BN_mod_word(start, smallPrimes[i]);
+    const auto primes = std::span(smallPrimes).subspan(1, used - 1);
+    if (shortcutsEnabled)
+        return computeWordResidues(start, primes, residues + 1);
+
+    for (std::size_t i = 0; i < primes.size(); ++i) {
+        const BN_ULONG residue = BN_mod_word(start, primes[i]);
         if (residue == static_cast<BN_ULONG>(-1))
             return false;
-        residues[i] = static_cast<std::uint16_t>(residue);
+        residues[i + 1] = static_cast<std::uint16_t>(residue);
     }
     return true;
 }

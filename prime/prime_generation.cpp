@@ -1,6 +1,7 @@
 #include "prime/prime_generation.h"
 
 #include "prime/miller_rabin.h"
+#include "prime/search_sieve.h"
 
 #include <memory>
 #include <new>
@@ -63,11 +64,16 @@ int generatePrime(BIGNUM* candidate, int /*ignoredBits*/, int mode,
     if (!half)
         return 0;
 
+    SearchSieve sieve = makeSearchSieve(bits, mode);
     for (int counter = 0;; ++counter) {
-        if (!nextCandidate(candidate, bits, mode, residues.get(), context))
+        if (!nextSievedCandidate(sieve, candidate, mode, residues.get(), context))
             return 0;
         if (!BN_GENCB_call(callback, 0, counter))
             return 0;
+        // A known factor stands in for the test that would find it composite.
+        sieveSlice(sieve, context);
+        if (knowsFactor(sieve))
+            continue;
         const Verdict verdict =
             safe ? testSafe(candidate, half, checks, counter, callback, context)
                  : toVerdict(isPrime(candidate, checks, context, 0, callback));

@@ -3,6 +3,7 @@
 
 #include "app/driver.h"
 #include "prime/base_bits.h"
+#include "prime/shortcuts.h"
 #include "search/search_state.h"
 #include "search/settings.h"
 #include "search/stop_watcher.h"
@@ -26,6 +27,7 @@ protected:
         resultPrime = nullptr;
         stopWatcherReady = 0;
         noPrompt = 0;
+        eventsUnwatched = false;
         outPrompt = nullptr;
         fakeCommandLine = nullptr;
         fakeProcessClock = [] {

@@ -1,4 +1,5 @@
 // What the driver makes of a command line, with threads that never run.
+#include "prime/shortcuts.h"
 #include "search/search_worker.h"
 #include "search/tracked_lock.h"
 #include "tests/app/driver_fixture.h"
@@ -25,6 +26,7 @@ struct Job {
     int safe = 0;
     int quiet = 0;
     std::optional<std::wstring> progressFile;
+    bool unwatched = false;
     int stopFlag = 0;
 };
 
@@ -60,6 +62,7 @@ protected:
         seen.quiet = noPrompt;
         if (outPrompt)
             seen.progressFile = outPrompt;
+        seen.unwatched = eventsUnwatched;
         seen.stopFlag = stopFlagOf(context->callback);
         return seen;
     }
@@ -493,6 +496,14 @@ TEST_F(Driver, HasNoProgressFileByDefault)
 TEST_F(Driver, TakesTheProgressFile)
 {
     EXPECT_EQ(L"a file", jobOf(L"norv -base FF -outPrompt \"a file\"").progressFile);
+}
+
+TEST_F(Driver, LeavesMarksOutOnlyWhereNobodySeesThem)
+{
+    EXPECT_FALSE(jobOf(L"norv -base FF").unwatched);
+    EXPECT_FALSE(jobOf(L"norv -base FF -outPrompt \"a file\"").unwatched);
+    EXPECT_FALSE(jobOf(L"norv -base FF -outPrompt \"a file\" -noPrompt").unwatched);
+    EXPECT_TRUE(jobOf(L"norv -base FF -noPrompt").unwatched);
 }
 
 TEST_F(Driver, ReadsItsOptionsInTheirOrder)

@@ -351,3 +351,16 @@ TEST_F(MillerRabin, LeavesTheContextUsable)
     EXPECT_EQ(42u, BN_get_word(before));
     EXPECT_NE(nullptr, BN_CTX_get(context_.get()));
 }
+
+// A flag that stayed on a lent number would slow down whoever gets it next.
+TEST(MillerRabinOf512Bits, LeavesNoFlagOnTheNumbersOfTheContext)
+{
+    const Context context = newContext();
+    const BigNumber w = fromHex(oracle::randomNumber(512, 1));
+    BN_set_bit(w.get(), 0);
+    PrimeTestStatus status = unwritten;
+    ASSERT_EQ(1, millerRabin(w.get(), 1, context.get(), nullptr, &status));
+    const ContextFrame frame(context.get());
+    for (int i = 0; i < 16; ++i)
+        EXPECT_EQ(0, BN_get_flags(BN_CTX_get(context.get()), BN_FLG_CONSTTIME));
+}

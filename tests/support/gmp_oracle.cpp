@@ -205,6 +205,14 @@ unsigned long smallPrime(int i)
     return primes[static_cast<std::size_t>(i)];
 }
 
+unsigned long primeAbove(unsigned long number)
+{
+    Integer prime;
+    mpz_set_ui(prime.get(), number);
+    mpz_nextprime(prime.get(), prime.get());
+    return mpz_get_ui(prime.get());
+}
+
 int sievedPrimes(int bits)
 {
     struct Row {

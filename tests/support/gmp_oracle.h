@@ -32,6 +32,9 @@ unsigned long remainder(const std::string& number, unsigned long divisor);
 // The i-th prime, 0 for the prime 2.
 unsigned long smallPrime(int i);
 
+// The first prime above a number.
+unsigned long primeAbove(unsigned long number);
+
 // How many primes from 2 on a candidate of this size is sieved with.
 int sievedPrimes(int bits);
 

@@ -1,0 +1,4 @@
+#include "prime/shortcuts.h"
+
+bool eventsUnwatched = false;
+bool shortcutsEnabled = true;

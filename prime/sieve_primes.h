@@ -1,0 +1,17 @@
+// The primes that a search sieves with, small ones and those beyond, in blocks.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+// Numbers in a block. Finding its primes takes some 40 microseconds, so that no
+// search waits for them; all small primes lie in the first.
+inline constexpr std::uint32_t sieveBlockSpan = std::uint32_t{1} << 15;
+inline constexpr std::size_t sieveBlockLimit = 3072;
+
+// The odd primes from block * sieveBlockSpan up to the next block, in increasing
+// order; block below sieveBlockLimit. Found at the first call for that block and
+// kept for the process: any thread, others that want the block wait meanwhile.
+// Empty when memory is short, which no block is otherwise.
+std::span<const std::uint32_t> sievePrimes(std::size_t block);

@@ -1,0 +1,165 @@
+// Searches with every shortcut held against the plain path: what they show and
+// what they give must be the same.
+#include "prime/shortcuts.h"
+
+#include "prime/prime_generation.h"
+#include "tests/fakes/random_bytes.h"
+#include "tests/prime/engine.h"
+#include "tests/support/event_trace.h"
+#include "tests/support/gmp_oracle.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <ostream>
+#include <random>
+
+namespace
+{
+
+// Searches of one size: how many from a base, and how many of these are for a safe
+// prime; as many again from a random start, up to 64 bits.
+struct Row {
+    int bits;
+    int plain;
+    int safe;
+};
+
+std::ostream& operator<<(std::ostream& out, const Row& row)
+{
+    return out << row.plain << " plain and " << row.safe << " safe of " << row.bits
+               << " bits";
+}
+
+struct Search {
+    std::string base;
+    int mode;
+    int stopAt; // the number of the event that is refused with all after it; -1: none
+    std::uint32_t seed;
+};
+
+struct Outcome {
+    int result;
+    std::string candidate;
+    std::vector<Event> events;
+
+    friend bool operator==(const Outcome&, const Outcome&) = default;
+};
+
+Outcome run(const Search& search)
+{
+    fakeRandomBytes = [generator = std::mt19937(search.seed)](
+                          std::uint8_t* buffer, std::int32_t count) mutable {
+        std::generate_n(buffer, count, [&generator] {
+            return static_cast<std::uint8_t>(generator() >> 24);
+        });
+        return count;
+    };
+    EventTrace trace;
+    trace.refuses = [&](const Event&) {
+        return search.stopAt >= 0 &&
+               trace.events.size() > static_cast<std::size_t>(search.stopAt);
+    };
+    const BigNumber candidate = fromHex(search.base);
+    const Context context = newContext();
+    const int result = generatePrime(candidate.get(), 0, search.mode, nullptr, nullptr,
+                                     trace.callback(), context.get());
+    return {result, toHex(candidate.get()), trace.events};
+}
+
+// Events 0, in order.
+std::vector<Event> candidatesOf(std::vector<Event> events)
+{
+    std::erase_if(events, [](const Event& event) { return event.code != 0; });
+    return events;
+}
+
+class Shortcuts : public testing::TestWithParam<Row>
+{
+protected:
+    void TearDown() override
+    {
+        shortcutsEnabled = true;
+        eventsUnwatched = false;
+    }
+
+    static Outcome runPlainly(const Search& search)
+    {
+        shortcutsEnabled = false;
+        eventsUnwatched = false;
+        return run(search);
+    }
+
+    static void compare(const Search& search)
+    {
+        const Outcome plain = runPlainly(search);
+        shortcutsEnabled = true;
+        ASSERT_EQ(plain, run(search)) << "watched, from " << search.base << ", mode "
+                                      << search.mode << ", stop at " << search.stopAt;
+        if (search.stopAt >= 0)
+            return;
+        eventsUnwatched = true;
+        const Outcome unwatched = run(search);
+        ASSERT_EQ(plain.result, unwatched.result);
+        ASSERT_EQ(plain.candidate, unwatched.candidate) << "unwatched, " << search.base;
+        ASSERT_EQ(candidatesOf(plain.events), candidatesOf(unwatched.events));
+    }
+
+    // One search to its end and one stopped at a random event.
+    static void compareSearches(int mode, int count)
+    {
+        const int bits = GetParam().bits;
+        std::mt19937 generator(static_cast<std::uint32_t>(bits * 4 + mode));
+        for (int i = 0; i < count && !HasFatalFailure(); ++i) {
+            const auto seed = static_cast<std::uint32_t>(generator());
+            const std::string base = oracle::randomNumber(bits, seed);
+            compare({base, mode, -1, seed});
+            compare({base, mode, static_cast<int>(generator() % 100), seed});
+        }
+    }
+};
+
+TEST_P(Shortcuts, ChangeNothingInSearchesForPrimes)
+{
+    const SearchSize size(GetParam().bits);
+    compareSearches(modeFromBase, GetParam().plain);
+}
+
+TEST_P(Shortcuts, ChangeNothingInSearchesForSafePrimes)
+{
+    const SearchSize size(GetParam().bits);
+    compareSearches(modeFromBase | modeSafe, GetParam().safe);
+}
+
+TEST_P(Shortcuts, ChangeNothingInSearchesFromARandomStart)
+{
+    const SearchSize size(GetParam().bits);
+    compareSearches(0, GetParam().plain / 4);
+    if (GetParam().bits <= 64)
+        compareSearches(modeSafe, GetParam().safe / 4);
+}
+
+// 2,079 bases in all.
+INSTANTIATE_TEST_SUITE_P(
+    Sizes, Shortcuts,
+    testing::Values(Row{16, 160, 160}, Row{24, 120, 120}, Row{32, 160, 160},
+                    Row{64, 120, 120}, Row{128, 120, 80}, Row{248, 80, 40},
+                    Row{256, 120, 80}, Row{264, 100, 40}, Row{320, 60, 20},
+                    Row{384, 40, 16}, Row{504, 30, 6}, Row{512, 40, 12}, Row{520, 30, 5},
+                    Row{768, 16, 2}, Row{1024, 12, 1}, Row{1032, 8, 1}));
+
+// Windows end at the top of the size: the search goes on at the bottom.
+TEST(ShortcutsAtTheTop, GoOnAtTheBottomLikeThePlainPath)
+{
+    const SearchSize size(256);
+    for (long below = 1; below < 40000; below += 1777) {
+        for (const int mode : {modeFromBase, modeFromBase | modeSafe}) {
+            const Search search{oracle::powerOfTwo(256, -below), mode, -1, 7};
+            shortcutsEnabled = false;
+            const Outcome plain = run(search);
+            shortcutsEnabled = true;
+            EXPECT_EQ(plain, run(search)) << below << " below the top, mode " << mode;
+        }
+    }
+}
+
+} // namespace

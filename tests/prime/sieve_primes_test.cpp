@@ -1,0 +1,54 @@
+#include "prime/sieve_primes.h"
+
+#include "prime/small_primes.h"
+#include "tests/support/gmp_oracle.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace
+{
+
+TEST(SievePrimes, AreAllOddPrimesInOrder)
+{
+    std::uint32_t last = 2;
+    for (std::size_t block = 0; block < 4; ++block)
+        for (const std::uint32_t prime : sievePrimes(block)) {
+            ASSERT_EQ(oracle::primeAbove(last), prime);
+            last = prime;
+        }
+    EXPECT_GT(oracle::primeAbove(last), 4 * sieveBlockSpan);
+}
+
+TEST(SievePrimes, BeginWithAllSmallOnes)
+{
+    const auto primes = sievePrimes(0);
+    EXPECT_TRUE(std::equal(smallPrimes.begin() + 1, smallPrimes.end(), primes.begin()));
+}
+
+TEST(SievePrimes, StandInTheirBlocks)
+{
+    for (const std::size_t block : {1U, 511U, 3071U}) {
+        const auto primes = sievePrimes(block);
+        ASSERT_FALSE(primes.empty());
+        EXPECT_EQ(oracle::primeAbove(block * sieveBlockSpan), primes.front());
+        EXPECT_GT(oracle::primeAbove(primes.back()), (block + 1) * sieveBlockSpan);
+    }
+}
+
+TEST(SievePrimes, AreAsManyAsThePrimesBelowThem)
+{
+    std::size_t count = 0;
+    for (std::size_t block = 0; block < 512; ++block)
+        count += sievePrimes(block).size();
+    // 1077871 primes lie below 2^24.
+    EXPECT_EQ(1077870U, count);
+}
+
+TEST(SievePrimes, AreTheSameAtEachCall)
+{
+    EXPECT_EQ(sievePrimes(7).data(), sievePrimes(7).data());
+}
+
+} // namespace
