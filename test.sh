@@ -3,6 +3,7 @@
 #   ./test.sh           the native tests
 #   ./test.sh all       everything that CI runs: the native tests, lint, debug,
 #                       asan, tsan, stress, windows
+#   ./test.sh bench     measures, twenty to thirty minutes; not part of all
 #   ./test.sh TASK…     the tasks named
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
@@ -34,10 +35,10 @@ task_debug() {
 }
 
 task_lint() {
-    tools/install build test lint
+    tools/install build test lint bench
     # For its list of compile commands only; clang-tidy cannot read g++'s
     # precompiled headers.
-    cmake --preset release -B build/lint -DNORV_TESTS=ON \
+    cmake --preset release -B build/lint -DNORV_TESTS=ON -DNORV_BENCH=ON \
         -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
     tools/lint
 }
@@ -65,6 +66,13 @@ task_windows() {
     tools/with-wine tests/end_to_end/same_results.sh \
         build/release/norv 'wine build/windows/norv.exe'
     tools/windows-names
+}
+
+# Prints figures; fails only when something does not run. tools/bench has options.
+task_bench() {
+    tools/install build test bench
+    build release -DNORV_BENCH=ON
+    tools/bench
 }
 
 task_all() {

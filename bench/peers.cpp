@@ -1,0 +1,56 @@
+#include "bench/peers.h"
+
+#include "prime/big_number.h"
+
+#include <cstddef>
+#include <gmp.h>
+#include <vector>
+
+#ifdef NORV_BENCH_BOTAN
+#include <botan/auto_rng.h>
+#include <botan/numthry.h>
+#endif
+
+bool findWithLibcrypto(int bits, bool safe, BN_GENCB* callback)
+{
+    const BigNumber prime(BN_new());
+    return prime && BN_generate_prime_ex(prime.get(), bits, safe ? 1 : 0, nullptr,
+                                         nullptr, callback) == 1;
+}
+
+bool findWithGmp(const BIGNUM* base)
+{
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(BN_num_bytes(base)));
+    BN_bn2bin(base, bytes.data());
+    mpz_t number;
+    mpz_init(number);
+    mpz_import(number, bytes.size(), 1, 1, 1, 0, bytes.data());
+    mpz_nextprime(number, number);
+    const bool sameSize = mpz_sizeinbase(number, 2) == 8 * bytes.size();
+    mpz_clear(number);
+    return sameSize;
+}
+
+#ifdef NORV_BENCH_BOTAN
+
+const bool botanIsBuiltIn = true;
+
+bool findWithBotan(int bits, bool safe)
+{
+    static Botan::AutoSeeded_RNG generator;
+    const auto size = static_cast<std::size_t>(bits);
+    const Botan::BigInt prime = safe ? Botan::random_safe_prime(generator, size)
+                                     : Botan::random_prime(generator, size);
+    return prime.bits() == size;
+}
+
+#else
+
+const bool botanIsBuiltIn = false;
+
+bool findWithBotan(int /*bits*/, bool /*safe*/)
+{
+    return false;
+}
+
+#endif
