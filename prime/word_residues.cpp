@@ -7,11 +7,11 @@ bool computeGroupResidues(const BIGNUM* number, std::span<const std::uint32_t> p
                           std::uint32_t* residues, const ResidueScratch& scratch,
                           BN_CTX* context)
 {
-    if (BN_num_bits(number) <= largestHalfWordBits || primes.empty())
+    if (BN_num_bits(number) <= groupBits || primes.empty())
         return computeWordResidues(number, primes, residues);
 
-    const int width = std::bit_width(primes.back() | 1U);
-    const auto groupLength = static_cast<std::size_t>(largestHalfWordBits / width);
+    const auto width = static_cast<std::size_t>(std::bit_width(primes.back() | 1U));
+    const std::size_t groupLength = groupBits / width;
     BIGNUM* product = scratch.product.get();
     BIGNUM* remainder = scratch.remainder.get();
     for (std::size_t first = 0; first < primes.size(); first += groupLength) {

@@ -8,25 +8,21 @@
 #include <limits>
 #include <span>
 
-// Up to this size the library divides faster by half a word than by a whole one,
-// for which it makes a copy of the number.
-inline constexpr int largestHalfWordBits = 256;
-
-// Stores `number` modulo primes[i] in residues[i] for every i. One division of
-// the big number serves as many primes as fit a word with their product; the
-// rest is done in words. Returns false when the library's division fails.
+// Stores `number` modulo primes[i], a prime below 2^32, in residues[i] for every i.
+// One division of the big number serves as many primes as fit half a word with their
+// product; the rest is done in words. By more than half a word the library divides a
+// copy of the number, slowly, and leaves it unwiped. Returns false when the library's
+// division fails.
 template <typename Prime>
 bool computeWordResidues(const BIGNUM* number, std::span<const Prime> primes,
                          Prime* residues)
 {
+    constexpr std::uint64_t limit = std::numeric_limits<std::uint32_t>::max();
     static_assert(sizeof(BN_ULONG) == sizeof(std::uint64_t));
-    const std::uint64_t limit = BN_num_bits(number) <= largestHalfWordBits
-                                    ? std::numeric_limits<std::uint32_t>::max()
-                                    : std::numeric_limits<std::uint64_t>::max();
     for (std::size_t first = 0; first < primes.size();) {
         std::uint64_t product = primes[first];
         std::size_t end = first + 1;
-        while (end < primes.size() && product <= limit / primes[end])
+        while (end < primes.size() && product * primes[end] <= limit)
             product *= primes[end++];
 
         const BN_ULONG residue = BN_mod_word(number, product);
@@ -38,14 +34,18 @@ bool computeWordResidues(const BIGNUM* number, std::span<const Prime> primes,
     return true;
 }
 
+// The size of a group's product. Measured: at 256 bits, division of the long number
+// and divisions of what is left of it cost about the same.
+inline constexpr int groupBits = 256;
+
 // What computeGroupResidues works with, made once for many calls.
 struct ResidueScratch {
     BigNumber product;
     SecretNumber remainder;
 };
 
-// The same for numbers of any length and thousands of primes below 2^32, in two
-// stages: modulo products of largestHalfWordBits, then as above. D. J. Bernstein,
+// The same for long numbers and thousands of primes, in two stages: modulo products
+// of groupBits, then as above. D. J. Bernstein,
 // How to find smooth parts of integers (2004), has the whole tree; two levels of
 // it are the fastest for numbers of up to 8192 bits. Returns false when a library
 // call fails.
