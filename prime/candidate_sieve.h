@@ -23,7 +23,7 @@ inline constexpr int modeFromBase = 2; // upward from the number given, not rand
 // residues   scratch, smallPrimeCount entries, reused from call to call: the
 //            entries of the primes used receive the start's residues
 // Returns 1, or 0 when a library call, an allocation or the random source
-// failed, or when, with modeFromBase, the offset range ran out. Touches nothing
-// but its arguments: any number of threads.
+// failed, or when, with modeFromBase, the offset range ran out. Reads
+// shortcutsEnabled and touches nothing but its arguments: any number of threads.
 int nextCandidate(BIGNUM* candidate, int bits, int mode, std::uint16_t* residues,
                   BN_CTX* context);

@@ -15,11 +15,13 @@
 //            event 2 with the same number after each turn that both halves of a
 //            safe prime passed; event 1 from the test. A refusal of event 0 or
 //            2 ends the search; one of event 1 rejects the candidate, so that
-//            the next event 0 ends it. May be null
+//            the next event 0 ends it. With eventsUnwatched, events 1 of a safe
+//            prime's rejected candidates may stay out. May be null
 // context    required; the caller's
 // The second, fourth and fifth arguments, a size and a progression, stand where
 // the library's own generators have them and are ignored.
 // Returns 1 when a prime was found, 0 on every failure and refusal, and at once
-// when no such prime has baseBits bits. Reads baseBits; any number of threads.
+// when no such prime has baseBits bits. Reads baseBits and the switches of
+// prime/shortcuts.h; any number of threads.
 int generatePrime(BIGNUM* candidate, int ignoredBits, int mode, const BIGNUM* ignoredAdd,
                   const BIGNUM* ignoredRemainder, GenCallback* callback, BN_CTX* context);

@@ -38,7 +38,7 @@ struct Plan {
 constexpr int leastBits = 256;
 constexpr Plan plans[] = {
     {383, 1'000, 6'000, 6'500, 1 << 10, 1 << 12, 150},
-    {639, 3'000, 26'000, 28'000, 1 << 11, 1 << 14, 200},
+    {639, 3'000, 26'000, 28'000, 1 << 11, 1 << 13, 200},
     {895, 6'500, 80'000, 100'000, 1 << 12, 1 << 15, 400},
     {1279, 9'000, 90'000, 155'000, 1 << 12, 1 << 16, 1'000},
     {1791, 30'000, 600'000, 800'000, 1 << 12, 1 << 17, 2'500},
@@ -116,6 +116,7 @@ void crossOff(const SearchSieve& sieve, std::uint64_t* bits, std::uint32_t prime
                      half < sieve.windowStart + prime ? half : half - prime);
     }
     nextIndex = crossOffFrom(sieve, bits, prime, nextIndex);
+    assert(nextIndex >= sieve.windowStart + sieve.windowLength);
 }
 
 // Learns where the next primes stand that the sieve knows nothing of.
@@ -158,6 +159,7 @@ bool crossOffNext(SearchSieve& sieve, std::span<const std::uint32_t> primes,
         return false;
     for (const std::uint32_t prime : primes)
         crossOff(sieve, bits, prime, halves, sieve.nextIndex[sieve.crossed++]);
+    assert(sieve.crossed <= sieve.known && sieve.known <= sieve.primeCount);
     return true;
 }
 

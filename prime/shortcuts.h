@@ -7,5 +7,5 @@
 extern bool eventsUnwatched;
 
 // Whether searches take shortcuts at all. Always, but for tests and benchmarks
-// that hold the shortcuts against the plain path.
+// that hold the shortcuts against the plain path; set while no search runs.
 extern bool shortcutsEnabled;

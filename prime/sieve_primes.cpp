@@ -2,10 +2,13 @@
 
 #include "prime/small_primes.h"
 
+#include <algorithm>
 #include <array>
+#include <cassert>
+#include <functional>
+#include <memory>
 #include <mutex>
 #include <new>
-#include <vector>
 
 namespace
 {
@@ -14,13 +17,15 @@ constexpr std::size_t oddsInBlock = sieveBlockSpan / 2;
 
 struct Block {
     std::once_flag made;
-    std::vector<std::uint32_t> primes;
+    std::unique_ptr<std::uint32_t[]> primes; // null: memory was short
+    std::size_t count = 0;
 };
 
 std::array<Block, sieveBlockLimit> blocks;
 
-// The sieve of Eratosthenes over the odd numbers of one block.
-std::vector<std::uint32_t> findPrimes(std::size_t block)
+// The sieve of Eratosthenes over the odd numbers of one block. Throws nothing: an
+// exception must not cross std::call_once, whose insides are the C library's.
+void findPrimes(Block& wanted, std::size_t block)
 {
     const std::size_t first = block * sieveBlockSpan + 1;
     const std::size_t end = first + sieveBlockSpan - 1;
@@ -40,23 +45,24 @@ std::vector<std::uint32_t> findPrimes(std::size_t block)
             composite[j] = true;
     }
 
-    std::vector<std::uint32_t> primes;
     // The first odd number of all is 1.
-    for (std::size_t j = block == 0 ? 1 : 0; j < oddsInBlock; ++j)
+    composite[0] = composite[0] || block == 0;
+    const auto count =
+        static_cast<std::size_t>(std::count(composite.begin(), composite.end(), false));
+    wanted.primes.reset(new (std::nothrow) std::uint32_t[count]);
+    if (!wanted.primes)
+        return;
+    for (std::size_t j = 0; j < oddsInBlock; ++j)
         if (!composite[j])
-            primes.push_back(static_cast<std::uint32_t>(first + 2 * j));
-    return primes;
+            wanted.primes[wanted.count++] = static_cast<std::uint32_t>(first + 2 * j);
 }
 
 } // namespace
 
 std::span<const std::uint32_t> sievePrimes(std::size_t block)
 {
+    assert(block < sieveBlockLimit);
     Block& wanted = blocks[block];
-    try {
-        std::call_once(wanted.made, [&] { wanted.primes = findPrimes(block); });
-    } catch (const std::bad_alloc&) {
-        return {};
-    }
-    return wanted.primes;
+    std::call_once(wanted.made, findPrimes, std::ref(wanted), block);
+    return {wanted.primes.get(), wanted.count};
 }

@@ -13,5 +13,5 @@ inline constexpr std::size_t sieveBlockLimit = 3072;
 // The odd primes from block * sieveBlockSpan up to the next block, in increasing
 // order; block below sieveBlockLimit. Found at the first call for that block and
 // kept for the process: any thread, others that want the block wait meanwhile.
-// Empty when memory is short, which no block is otherwise.
+// Empty, for good, when memory was short at that call; no block is empty otherwise.
 std::span<const std::uint32_t> sievePrimes(std::size_t block);

@@ -352,8 +352,9 @@ TEST_F(MillerRabin, LeavesTheContextUsable)
     EXPECT_NE(nullptr, BN_CTX_get(context_.get()));
 }
 
-// A flag that stayed on a lent number would slow down whoever gets it next.
-TEST(MillerRabinOf512Bits, LeavesNoFlagOnTheNumbersOfTheContext)
+// What the test of 512 bits relies on: a flag that stayed on a lent number would slow
+// down whoever gets it next.
+TEST(ContextOfTheLibrary, LendsNumbersWithoutTheFlagsOfTheirLastUse)
 {
     const Context context = newContext();
     const BigNumber w = fromHex(oracle::randomNumber(512, 1));

@@ -6,6 +6,7 @@
 #include "tests/prime/engine.h"
 #include "tests/support/gmp_oracle.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace
@@ -137,20 +138,63 @@ TEST_F(SieveOfASearch, FindsWhatItLearnedAgainInTheNextWindow)
     EXPECT_GT(sieve.crossed, sieve.smallCount + sieve.sliceLength);
 }
 
-// A search that leaves a window before its slices are done must not lose count.
-TEST_F(SieveOfASearch, KnowsAllFactorsInAWindowAfterOnesThatItLeftEarly)
+// Windows that end before their slices do: what was learned in one stands beside
+// what is fresh in the next.
+TEST_F(SieveOfASearch, KnowsTheFactorsOfTheSlicesThatItHadTimeFor)
+{
+    const int mode = modeFromBase | modeSafe;
+    SearchSieve sieve = makeSearchSieve(bits, mode);
+    for (int i = 0; i < 900; ++i) {
+        ASSERT_EQ(1, next(sieve, mode));
+        if (i % 13 == 0)
+            sieveSlice(sieve, context.get());
+        ASSERT_EQ(hasFactor(candidate.get(), std::max(sieve.crossed, sieve.smallCount)),
+                  knowsFactor(sieve))
+            << i;
+    }
+    EXPECT_GT(sieve.windowStart, 5 * sieve.windowLength);
+    EXPECT_GT(sieve.known, sieve.smallCount + 10 * sieve.sliceLength);
+}
+
+TEST_F(SieveOfASearch, GoesOnAtTheBottomBehindTheTop)
+{
+    for (const int mode : {modeFromBase, modeFromBase | modeSafe})
+        for (const long below : {1L, 900L, 9000L, 30000L}) {
+            candidate = fromHex(oracle::powerOfTwo(bits, -below));
+            const BigNumber plain(BN_dup(candidate.get()));
+            SearchSieve sieve = makeSearchSieve(bits, mode);
+            for (int i = 0; i < 3500; ++i) {
+                ASSERT_EQ(1, next(sieve, mode));
+                ASSERT_EQ(1, nextCandidate(plain.get(), bits, mode, residues.data(),
+                                           context.get()));
+                ASSERT_EQ(0, BN_cmp(plain.get(), candidate.get())) << below << ", " << i;
+            }
+            EXPECT_FALSE(BN_is_bit_set(candidate.get(), bits - 2)) << below;
+        }
+}
+
+// A place that no search reaches, just before indices would outgrow their words.
+TEST_F(SieveOfASearch, StartsOverWhereIndicesEnd)
 {
     const int mode = modeFromBase | modeSafe;
     SearchSieve sieve = makeSearchSieve(bits, mode);
     ASSERT_EQ(1, next(sieve, mode));
-    crossOffAll(sieve);
-    while (sieve.windowStart < 3 * sieve.windowLength)
+    const std::uint32_t place = (std::uint32_t{1} << 30) - 3 * sieve.windowLength;
+    sieve.windowStart = place;
+    sieve.position = sieve.windowLength - 1;
+    sieve.known = 0;
+    candidate.reset(BN_dup(sieve.start.get()));
+    BN_add_word(candidate.get(), (std::uint64_t{place} + sieve.position) * sieve.step);
+
+    const BigNumber plain(BN_dup(candidate.get()));
+    for (int i = 0; i < 500; ++i) {
         ASSERT_EQ(1, next(sieve, mode));
-    crossOffAll(sieve);
-    for (int i = 0; i < 50; ++i) {
-        ASSERT_EQ(hasFactor(candidate.get(), sieve.primeCount), knowsFactor(sieve));
-        ASSERT_EQ(1, next(sieve, mode));
+        ASSERT_EQ(1,
+                  nextCandidate(plain.get(), bits, mode, residues.data(), context.get()));
+        ASSERT_EQ(toHex(plain.get()), toHex(candidate.get())) << i;
+        ASSERT_LE(sieve.windowStart, place + 2 * sieve.windowLength);
     }
+    EXPECT_LT(sieve.windowStart, place);
 }
 
 struct Idle {
@@ -186,10 +230,14 @@ INSTANTIATE_TEST_SUITE_P(Reasons, IdleSieve,
 // 64 MiB: the table of primes, which all share, counts once.
 TEST(SievePlans, KeepWithinTheMemoryOfAWorker)
 {
+    std::size_t primes = 0;
+    for (std::size_t block = 0; block < sieveBlockLimit; ++block)
+        primes += sievePrimes(block).size();
     for (int size = 256; size <= 16384; size += 128)
         for (const int mode : {modeFromBase, modeFromBase | modeSafe}) {
             const SearchSieve sieve = makeSearchSieve(size, mode);
             EXPECT_GT(sieve.primeCount, sieve.smallCount) << size;
+            EXPECT_LT(sieve.primeCount, primes) << size;
             EXPECT_EQ(0U, sieve.windowLength % 64) << size;
             const std::size_t bytes =
                 2 * sieve.primeCount * sizeof(std::uint32_t) + sieve.windowLength / 4;

@@ -35,8 +35,8 @@ protected:
 TEST_F(ResiduesWithoutMemory, OfSmallPrimesNeedNone)
 {
     failCryptoAllocation(0);
-    EXPECT_TRUE(computeWordResidues<std::uint16_t>(number.get(), smallPrimes,
-                                                   table.data()));
+    EXPECT_TRUE(
+        computeWordResidues<std::uint16_t>(number.get(), smallPrimes, table.data()));
     EXPECT_EQ(0, cryptoAllocations());
 }
 
