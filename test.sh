@@ -2,7 +2,7 @@
 # Tests norv, building and installing what is missing.
 #   ./test.sh           the native tests
 #   ./test.sh all       everything that CI runs: the native tests, lint, debug,
-#                       asan, tsan, stress, windows
+#                       asan, tsan, stress, faults, windows
 #   ./test.sh bench     measures, twenty to thirty minutes; not part of all
 #   ./test.sh TASK…     the tasks named
 set -euo pipefail
@@ -51,6 +51,17 @@ task_stress() {
     build/release/tests/end_to_end/norv_stress
 }
 
+# Every call that can fail does so once: in searches inside one process, then in
+# whole runs. Prints how many did.
+task_faults() {
+    tools/install build test
+    build release
+    local failed=0
+    build/release/tests/faults/norv_search_faults || failed=1
+    build/release/tests/faults/norv_program_faults || failed=1
+    return $failed
+}
+
 # The program and all tests built for Windows and run under Wine; then both
 # systems' programs and lists of tests compared.
 task_windows() {
@@ -76,7 +87,7 @@ task_bench() {
 }
 
 task_all() {
-    for task in native lint debug asan tsan stress windows; do
+    for task in native lint debug asan tsan stress faults windows; do
         printf '\n== %s\n' "$task"
         "task_$task"
     done

@@ -1,0 +1,300 @@
+#include "tests/faults/memory.h"
+
+#include "tests/faults/fault.h"
+
+#include <algorithm>
+#include <array>
+#include <bitset>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <new>
+#include <openssl/bn.h>
+#include <openssl/crypto.h>
+#include <openssl/err.h>
+#include <unordered_map>
+#include <utility>
+
+namespace
+{
+
+// The watch's own memory: not operator new, which it watches.
+template <typename Value>
+struct PlainAllocator {
+    using value_type = Value;
+
+    PlainAllocator() = default;
+    template <typename Other>
+    explicit PlainAllocator(const PlainAllocator<Other>& /*other*/)
+    {
+    }
+    Value* allocate(std::size_t count)
+    {
+        // A table of pointers is what is asked for.
+        // NOLINTNEXTLINE(bugprone-sizeof-expression)
+        void* block = std::malloc(count * sizeof(Value));
+        if (!block)
+            std::abort();
+        return static_cast<Value*>(block);
+    }
+    void deallocate(Value* block, std::size_t /*count*/)
+    {
+        std::free(block);
+    }
+    friend bool operator==(const PlainAllocator&, const PlainAllocator&) = default;
+};
+
+constexpr int freshByte = 0xA5;
+
+struct Block {
+    std::size_t size;
+    bool library;
+};
+
+using Blocks = std::unordered_map<void*, Block, std::hash<void*>, std::equal_to<>,
+                                  PlainAllocator<std::pair<void* const, Block>>>;
+
+// Words of eight bytes, with a quick answer for those that are not in the set.
+struct Secrets {
+    std::array<std::uint64_t, 4096> words{};
+    std::size_t count = 0;
+    std::bitset<65536> lowHalves;
+    bool watched = false;
+
+    bool contain(std::uint64_t word) const
+    {
+        return lowHalves[word & 0xFFFF] && std::find(words.begin(), words.begin() + count,
+                                                     word) != words.begin() + count;
+    }
+};
+
+struct Watch {
+    std::mutex mutex;
+    Blocks blocks;
+    LiveBlocks live{};
+    Secrets secrets;
+    MemoryErrors errors{};
+};
+
+// Never destroyed: blocks are given back after the last static is gone.
+Watch& watch()
+{
+    alignas(Watch) static std::byte memory[sizeof(Watch)];
+    static auto* only = new (memory) Watch;
+    return *only;
+}
+
+std::uint64_t wordAt(const std::uint8_t* bytes)
+{
+    std::uint64_t word = 0;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+bool holdsSecret(const Secrets& secrets, const void* block, std::size_t size)
+{
+    const auto* bytes = static_cast<const std::uint8_t*>(block);
+    for (std::size_t i = 0; i + sizeof(std::uint64_t) <= size; ++i)
+        if (secrets.contain(wordAt(bytes + i)))
+            return true;
+    return false;
+}
+
+void noteAllocation(void* block, std::size_t size, bool library)
+{
+    Watch& watched = watch();
+    const std::lock_guard guard(watched.mutex);
+    watched.blocks[block] = {size, library};
+    ++(library ? watched.live.library : watched.live.own);
+}
+
+// False when the block is none that may be given back now.
+bool noteRelease(void* block, bool library)
+{
+    Watch& watched = watch();
+    const std::lock_guard guard(watched.mutex);
+    const auto found = watched.blocks.find(block);
+    if (found == watched.blocks.end() || found->second.library != library) {
+        ++watched.errors.foreignFrees;
+        return false;
+    }
+    const std::size_t size = found->second.size;
+    if (watched.secrets.watched && holdsSecret(watched.secrets, block, size)) {
+        ++watched.errors.secretFrees;
+        watched.errors.secretBlockSize = size;
+    }
+    watched.blocks.erase(found);
+    --(library ? watched.live.library : watched.live.own);
+    return true;
+}
+
+void* take(std::size_t size, bool library)
+{
+    void* block = std::malloc(size ? size : 1);
+    if (!block)
+        return nullptr;
+    // What somebody else left there must not be taken for this block's own.
+    std::memset(block, freshByte, size);
+    noteAllocation(block, size, library);
+    return block;
+}
+
+void giveBack(void* block, bool library)
+{
+    if (block && noteRelease(block, library))
+        std::free(block);
+}
+
+void* takeForLibrary(std::size_t size, const char* /*file*/, int /*line*/)
+{
+    return strikes(FaultKind::libraryMemory, "CRYPTO_malloc") ? nullptr
+                                                              : take(size, true);
+}
+
+void giveBackFromLibrary(void* block, const char* /*file*/, int /*line*/)
+{
+    giveBack(block, true);
+}
+
+// Always moves, so that a stale pointer is seen.
+void* resizeForLibrary(void* block, std::size_t size, const char* /*file*/, int /*line*/)
+{
+    if (strikes(FaultKind::libraryMemory, "CRYPTO_realloc"))
+        return nullptr;
+    void* moved = take(size, true);
+    if (!moved || !block)
+        return moved;
+    std::size_t held = 0;
+    {
+        Watch& watched = watch();
+        const std::lock_guard guard(watched.mutex);
+        const auto found = watched.blocks.find(block);
+        held = found == watched.blocks.end() ? 0 : found->second.size;
+    }
+    std::memcpy(moved, block, std::min(held, size));
+    giveBack(block, true);
+    return moved;
+}
+
+// The library accepts this only before its first allocation.
+[[maybe_unused]] const int installed =
+    CRYPTO_set_mem_functions(takeForLibrary, resizeForLibrary, giveBackFromLibrary);
+
+void* takeOrNull(std::size_t size)
+{
+    return strikes(FaultKind::ownMemory, "new (nothrow)") ? nullptr : take(size, false);
+}
+
+void* takeOrThrow(std::size_t size)
+{
+    if (strikes(FaultKind::ownMemory, "new")) {
+        noteThrowing();
+        throw std::bad_alloc();
+    }
+    void* block = take(size, false);
+    if (!block)
+        throw std::bad_alloc();
+    return block;
+}
+
+} // namespace
+
+void* operator new(std::size_t size)
+{
+    return takeOrThrow(size);
+}
+
+void* operator new[](std::size_t size)
+{
+    return takeOrThrow(size);
+}
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return takeOrNull(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return takeOrNull(size);
+}
+
+void operator delete(void* block) noexcept
+{
+    giveBack(block, false);
+}
+
+void operator delete[](void* block) noexcept
+{
+    giveBack(block, false);
+}
+
+void operator delete(void* block, std::size_t /*size*/) noexcept
+{
+    giveBack(block, false);
+}
+
+void operator delete[](void* block, std::size_t /*size*/) noexcept
+{
+    giveBack(block, false);
+}
+
+void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept
+{
+    giveBack(block, false);
+}
+
+void operator delete[](void* block, const std::nothrow_t& /*tag*/) noexcept
+{
+    giveBack(block, false);
+}
+
+LiveBlocks liveBlocks()
+{
+    ERR_clear_error();
+    Watch& watched = watch();
+    const std::lock_guard guard(watched.mutex);
+    return watched.live;
+}
+
+void settleLibraryMemory()
+{
+    armFault({FaultKind::libraryMemory, {}, 1});
+    BN_CTX_free(BN_CTX_new());
+    disarmFault();
+    ERR_clear_error();
+}
+
+void addSecret(std::span<const std::uint8_t> bytes)
+{
+    Watch& watched = watch();
+    const std::lock_guard guard(watched.mutex);
+    Secrets& secrets = watched.secrets;
+    for (std::size_t i = 0; i + sizeof(std::uint64_t) <= bytes.size(); ++i) {
+        const std::uint64_t word = wordAt(bytes.data() + i);
+        if (secrets.contain(word) || secrets.count == secrets.words.size())
+            continue;
+        secrets.words[secrets.count++] = word;
+        secrets.lowHalves.set(word & 0xFFFF);
+    }
+}
+
+void forgetSecrets()
+{
+    Watch& watched = watch();
+    const std::lock_guard guard(watched.mutex);
+    watched.secrets.count = 0;
+    watched.secrets.lowHalves.reset();
+}
+
+void watchForSecrets(bool watched)
+{
+    const std::lock_guard guard(watch().mutex);
+    watch().secrets.watched = watched;
+}
+
+MemoryErrors takeMemoryErrors()
+{
+    const std::lock_guard guard(watch().mutex);
+    return std::exchange(watch().errors, {});
+}

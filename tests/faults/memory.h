@@ -1,0 +1,37 @@
+// All memory that the program and libcrypto take from the heap, watched: each
+// allocation can be made to fail, each block must be given back once, and no block
+// may carry secret bytes when it is.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+struct LiveBlocks {
+    long own;     // operator new
+    long library; // libcrypto
+
+    friend bool operator==(const LiveBlocks&, const LiveBlocks&) = default;
+};
+
+// How many blocks are held now. Clears the calling thread's error queue, whose
+// entries hold some.
+LiveBlocks liveBlocks();
+
+// Lets the library allocate what it allocates once, at its first error, and keeps.
+void settleLibraryMemory();
+
+// What is secret: every stretch of eight bytes in `bytes`. Adds to what is so far.
+void addSecret(std::span<const std::uint8_t> bytes);
+void forgetSecrets();
+
+// Whether blocks are searched for secret bytes when they are given back.
+void watchForSecrets(bool watched);
+
+// What went wrong since the last call.
+struct MemoryErrors {
+    int foreignFrees;            // given back twice, or never given out
+    int secretFrees;             // given back with secret bytes in them
+    std::size_t secretBlockSize; // of the last such block
+};
+MemoryErrors takeMemoryErrors();

@@ -1,0 +1,658 @@
+// Whole runs of the program, with calls of libcrypto, allocations and system calls
+// failing once, each in a run of its own; and runs with streams and files that take or
+// give nothing.
+#include "tests/faults/crypto_calls.h"
+#include "tests/faults/fault.h"
+#include "tests/faults/faulty_norv.h"
+#include "tests/faults/imports.h"
+#include "tests/faults/system_calls.h"
+#include "tests/faults/tally.h"
+#include "tests/support/foreign_semaphore.h"
+#include "tests/support/prime_check.h"
+#include "tests/support/process.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+using Arguments = std::vector<std::string>;
+
+Tally tally;
+
+// The test's own names and files
+
+struct Workplace {
+    fs::path folder =
+        fs::temp_directory_path() / ("norv_faults_" + std::to_string(getpid()));
+    std::string semaphore = "norv_faults_" + std::to_string(getpid());
+    std::string file = "sem." + semaphore; // in the folder of semaphores
+
+    Workplace()
+    {
+        fs::create_directories(folder);
+    }
+    ~Workplace()
+    {
+        std::error_code ignored;
+        fs::remove_all(folder, ignored);
+        for (const std::string& path : {named(), dead()})
+            unlink(path.c_str());
+    }
+    Workplace(const Workplace&) = delete;
+    Workplace& operator=(const Workplace&) = delete;
+
+    std::string named() const
+    {
+        return "/dev/shm/" + file;
+    }
+    // A name that a killed run left behind.
+    std::string dead() const
+    {
+        return named() + "_dead";
+    }
+    std::string marks() const
+    {
+        return folder / "marks";
+    }
+};
+
+std::string contentOf(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+void shareReport(const Workplace& place)
+{
+    const std::string path = place.folder / "report";
+    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (ftruncate(file, sizeof(FaultReport)) != 0)
+        throw std::runtime_error("no report");
+    void* memory =
+        mmap(nullptr, sizeof(FaultReport), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    if (memory == MAP_FAILED)
+        throw std::runtime_error("no report");
+    close(file);
+    faultReport = static_cast<FaultReport*>(memory);
+    setenv("NORV_FAULT_REPORT", path.c_str(), 1);
+    setenv("NORV_FAULT_NAMES", place.file.c_str(), 1);
+}
+
+// Runs and how they end
+
+struct Run {
+    std::string name;
+    Arguments arguments;
+    int bits = 32;
+    bool safe = false;
+    Streams streams = {};
+};
+
+enum class Outcome { result, none, notStarted, abnormal, wrong };
+
+const char* inWords(Outcome outcome)
+{
+    constexpr const char* words[] = {"a result", "exit code -1", "exit code -2",
+                                     "an abnormal end", "something else"};
+    return words[static_cast<int>(outcome)];
+}
+
+std::size_t charactersOf(const Run& run)
+{
+    return static_cast<std::size_t>(run.bits) / 8 * 3;
+}
+
+// The digits of the prime at the end of the output; empty when there is none.
+std::string resultOf(const Run& run, const std::string& output)
+{
+    const std::size_t length = charactersOf(run);
+    if (output.size() < length)
+        return {};
+    std::string digits;
+    const std::string text = output.substr(output.size() - length);
+    for (std::size_t i = 0; i < length; ++i) {
+        const bool blank = i % 3 == 2;
+        const bool digit =
+            std::string("0123456789ABCDEF").find(text[i]) != std::string::npos;
+        if (blank ? text[i] != ' ' : !digit)
+            return {};
+        if (!blank)
+            digits += text[i];
+    }
+    return digits;
+}
+
+Outcome outcomeOf(const Run& run, const Ending& ending)
+{
+    if (!ending.inTime || !ending.errors.empty())
+        return Outcome::wrong;
+    const std::string digits = resultOf(run, ending.output);
+    if (endedAbnormally(ending))
+        return digits.empty() ? Outcome::abnormal : Outcome::wrong;
+    if (!digits.empty())
+        return ending.exitCode == seenExitCode(static_cast<int>(charactersOf(run))) &&
+                       isPrime(digits, run.safe) && bitsOf(digits) == run.bits
+                   ? Outcome::result
+                   : Outcome::wrong;
+    if (ending.exitCode == seenExitCode(-1))
+        return Outcome::none;
+    return ending.exitCode == seenExitCode(-2) ? Outcome::notStarted : Outcome::wrong;
+}
+
+Ending start(const Run& run, const Fault& fault)
+{
+    const std::string description = std::to_string(static_cast<int>(fault.kind)) + " " +
+                                    std::to_string(fault.number) + " " +
+                                    std::to_string(fault.error) + " 0 " +
+                                    (fault.function.empty() ? "-" : fault.function);
+    setenv("NORV_FAULT", description.c_str(), 1);
+    faultReport->struck = false;
+    Process process(FAULTY_NORV, run.arguments, run.streams);
+    return process.wait();
+}
+
+std::string inWords(const Ending& ending)
+{
+    if (ending.exitCode == hungExitCode)
+        return "hung";
+    return "exit code " + std::to_string(ending.exitCode) + ", output " + ending.output +
+           ", errors " + ending.errors;
+}
+
+using Outcomes = std::set<Outcome>;
+
+void expectOutcome(const Run& run, const Ending& ending, const Outcomes& allowed)
+{
+    const Outcome outcome = outcomeOf(run, ending);
+    if (allowed.count(outcome) == 0)
+        tally.complain(std::string(inWords(outcome)) + ": " + inWords(ending));
+}
+
+// Runs with the fault. What is allowed then is asked when it is known what failed.
+Ending runFaulty(const Run& run, const Fault& fault,
+                 const std::function<Outcomes()>& allowed)
+{
+    tally.where = run.name + ", " + inWords(fault);
+    Ending ending = start(run, fault);
+    tally.count(fault, *faultReport);
+    expectOutcome(run, ending,
+                  faultReport->struck ? allowed() : Outcomes{Outcome::result});
+    return ending;
+}
+
+// System calls
+
+// The errors that a call may meet. 0: less is transferred than was asked for.
+const std::map<std::string, std::vector<int>> errors{
+    {"close", {EIO, EINTR}},
+    {"closedir", {EBADF}},
+    {"fchmod", {EPERM}},
+    {"fclose", {ENOSPC}},
+    {"fcntl", {ENOLCK, EINTR, EAGAIN, EBADF}},
+    {"fflush", {EIO}},
+    {"fopen", {EACCES, EMFILE, EINTR}},
+    {"fread", {EIO}},
+    {"fstat", {EIO}},
+    {"fstatat", {ENOENT}},
+    {"fwrite", {EIO}},
+    {"linkat", {EEXIST, ENOSPC}},
+    {"lstat", {ENOENT}},
+    {"mmap", {ENOMEM}},
+    {"munmap", {EINVAL}},
+    {"nanosleep", {EINTR}},
+    {"open", {EMFILE, EACCES, ENOENT}},
+    {"opendir", {EMFILE}},
+    {"pread", {EIO}},
+    {"pthread_create", {EAGAIN}},
+    {"pwrite", {ENOSPC, 0}},
+    {"read", {EIO}},
+    {"readdir", {EBADF}},
+    {"sem_getvalue", {EINVAL}},
+    {"sem_init", {ENOSPC}},
+    {"sem_post", {EOVERFLOW}},
+    {"sem_wait", {EINTR, EINVAL}},
+    {"unlink", {EACCES}},
+    {"vfprintf", {ENOSPC}},
+};
+
+// How a run of a search may end after this one call failed.
+Outcomes allowedAfter(const std::string& function, int error)
+{
+    using enum Outcome;
+    // Signals interrupt a call; they never change what comes of it.
+    if (error == EINTR)
+        return {result};
+    // A stream taken for a closed one only costs a descriptor.
+    if (function == "fcntl" && error == EBADF)
+        return {result};
+    // A thread that is missing: there is no run.
+    if (function == "pthread_create")
+        return {notStarted};
+    // Only a name that somebody else took first is tried again.
+    if (function == "linkat")
+        return {error == EEXIST ? result : none};
+    // No semaphore, no search: nobody could stop it. Nor one without its base.
+    if (function == "fchmod" || function == "pwrite" || function == "sem_init" ||
+        function == "fread")
+        return {none};
+    // The worker may be faster than the watcher that could not wait.
+    if (function == "sem_wait")
+        return {none, result};
+    // The command line is read so, as well as the semaphore is opened.
+    if (function == "open" || function == "read")
+        return {notStarted, none, result};
+    if (function == "fcntl" || function == "fstat" || function == "mmap" ||
+        function == "pread" || function == "unlink")
+        return {none, result};
+    return {result};
+}
+
+// Fails each call of each of these functions, with each error, until a run makes
+// fewer. `prepare` comes before a run, `check` behind it.
+void failSystemCalls(
+    const Run& run, const Arguments& functions, const std::function<void()>& prepare,
+    const std::function<void(const Ending&)>& check,
+    const std::function<Outcomes(const std::string&, int)>& allowed = allowedAfter)
+{
+    for (const std::string& function : functions)
+        for (const int error : errors.at(function))
+            for (int number = 1;; ++number) {
+                prepare();
+                const Fault fault{FaultKind::systemCall, function, number, error};
+                const Ending ending =
+                    runFaulty(run, fault, [&] { return allowed(function, error); });
+                check(ending);
+                if (!faultReport->struck)
+                    break;
+            }
+}
+
+// What a run that was killed leaves in its semaphore's file.
+std::string makeDeadSemaphore(const Workplace& place)
+{
+    Process process(NORV_PROGRAM, {"-stopSemaphoreName", place.semaphore, "-base", "80",
+                                   "-threads", "0", "-noPrompt"});
+    const auto end = std::chrono::steady_clock::now() + Process::timeLimit;
+    while (!fs::exists(place.named()) && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    process.kill();
+    process.wait();
+    std::string image = contentOf(place.named());
+    if (image.empty())
+        throw std::runtime_error("no abandoned semaphore");
+    return image;
+}
+
+void plant(const std::string& path, const std::string& image)
+{
+    std::ofstream(path, std::ios::binary) << image;
+    chmod(path.c_str(), 0600);
+}
+
+// Every call around the semaphore, with one of that name and one of another name left
+// behind by killed runs. The next run must not suffer.
+void failAroundTheSemaphore(const Workplace& place)
+{
+    const std::string image = makeDeadSemaphore(place);
+    const Run run{"semaphore",
+                  {"-threads", "1", "-base", "8001C0DE", "-noPrompt",
+                   "-stopSemaphoreName", place.semaphore}};
+    const auto prepare = [&] {
+        plant(place.named(), image);
+        plant(place.dead(), image);
+    };
+    const auto check = [&](const Ending&) {
+        const bool struck = faultReport->struck;
+        expectOutcome(run, start(run, {}), {Outcome::result});
+        tally.expect(!fs::exists(place.named()), "the next run leaves its name");
+        tally.expect(!fs::exists(place.dead()), "the next run leaves the dead name");
+        faultReport->struck = struck;
+    };
+    failSystemCalls(run,
+                    {"close",     "closedir", "fchmod",  "fcntl",        "fstat",
+                     "fstatat",   "linkat",   "lstat",   "mmap",         "munmap",
+                     "nanosleep", "open",     "opendir", "pread",        "pthread_create",
+                     "pwrite",    "read",     "readdir", "sem_getvalue", "sem_init",
+                     "sem_post",  "sem_wait", "unlink"},
+                    prepare, check);
+}
+
+// The same with a semaphore that another program made.
+void failWithForeignSemaphore(const Workplace& place)
+{
+    const std::wstring name(place.semaphore.begin(), place.semaphore.end());
+    const Run run{"foreign semaphore",
+                  {"-threads", "1", "-base", "8001C0DE", "-noPrompt",
+                   "-stopSemaphoreName", place.semaphore}};
+    const auto prepare = [&] {
+        removeForeign(name);
+        createForeign(name, 0);
+    };
+    const auto check = [&](const Ending&) {
+        tally.expect(existsForeign(name), "the foreign name is gone");
+    };
+    failSystemCalls(run,
+                    {"fcntl", "fstat", "lstat", "mmap", "munmap", "open", "pread",
+                     "sem_post", "sem_wait", "unlink"},
+                    prepare, check);
+    removeForeign(name);
+}
+
+// A mark that fails is lost, and nothing else.
+void failMarks(const Workplace& place)
+{
+    const Run run{"marks in a file",
+                  {"-threads", "1", "-base", "8001C0DE", "-outPrompt", place.marks(),
+                   "-stopSemaphoreName", place.semaphore}};
+    const auto prepare = [&] {
+        fs::remove(place.marks());
+    };
+    prepare();
+    tally.where = run.name;
+    expectOutcome(run, start(run, {}), {Outcome::result});
+    const std::size_t all = contentOf(place.marks()).size();
+    tally.expect(all > 64, "marks");
+    const auto check = [&](const Ending&) {
+        const bool lost = faultReport->struck && !faultReport->mainThread &&
+                          std::string(faultReport->function) != "fclose";
+        tally.expect(contentOf(place.marks()).size() == (lost ? all - 1 : all), "marks");
+    };
+    failSystemCalls(run, {"fclose", "vfprintf", "fopen"}, prepare, check,
+                    [](const std::string&, int) { return Outcomes{Outcome::result}; });
+}
+
+// The base from standard input, the marks and the result on standard output.
+void failStreams(const Workplace& place)
+{
+    const Run run{"streams",
+                  {"-threads", "1", "-input", "4", "-stopSemaphoreName", place.semaphore},
+                  32,
+                  false,
+                  {Streams::Input::text, "80 01 C0 DE "}};
+    const auto nothing = [] {
+    };
+    failSystemCalls(run, {"fread", "vfprintf"}, nothing, [](const Ending&) {});
+
+    // The exit code is the number of characters that the stream took.
+    tally.where = run.name + ", half of the result";
+    const Ending ending = start(run, {FaultKind::systemCall, "fwrite", 1, EIO});
+    tally.count({FaultKind::systemCall, "fwrite", 1, EIO}, *faultReport);
+    tally.expect(ending.exitCode == static_cast<int>(charactersOf(run) / 2),
+                 inWords(ending));
+    tally.expect(ending.output.find("Result:") + 7 + charactersOf(run) / 2 ==
+                     ending.output.size(),
+                 inWords(ending));
+}
+
+// A run that ends while its threads wait.
+void failWithTooManyThreads(const Workplace& place)
+{
+    const Run run{"64 threads",
+                  {"-threads", "64", "-base", "8001C0DE", "-noPrompt",
+                   "-stopSemaphoreName", place.semaphore}};
+    for (const std::string function : {"fflush", "fcntl", "pthread_create", "unlink"})
+        for (const int error : errors.at(function))
+            for (int number = 1;; ++number) {
+                const Fault fault{FaultKind::systemCall, function, number, error};
+                tally.where = run.name + ", " + inWords(fault);
+                const Ending ending = start(run, fault);
+                tally.count(fault, *faultReport);
+                expectOutcome(run, ending,
+                              {faultReport->struck && function == "pthread_create"
+                                   ? Outcome::notStarted
+                                   : Outcome::none});
+                if (!faultReport->struck)
+                    break;
+            }
+    unlink(place.named().c_str());
+}
+
+// libcrypto and memory
+
+Run searchOfTwo(const Workplace& place, bool safe)
+{
+    // Bounds that start with 100 are drawn for by subtracting.
+    Run run{safe ? "two workers, safe" : "two workers",
+            {"-threads", "2", "-base", "8123456789ABCDEF", "-stopSemaphoreName",
+             place.semaphore},
+            64,
+            safe};
+    if (safe)
+        run.arguments.emplace_back("-safe");
+    return run;
+}
+
+Outcomes allowedAfterLibraryFault()
+{
+    using enum Outcome;
+    const std::string function = faultReport->function;
+    if (function == "BN_GENCB_new")
+        return {abnormal};
+    if (function == "BN_bin2bn" && faultReport->mainThread)
+        return {none};
+    // A result that cannot be copied is none.
+    if (function == "BN_dup")
+        return {none, result};
+    return {result};
+}
+
+// The first calls of each function: searches alone meet all of them elsewhere.
+void failLibraryCalls(const Workplace& place)
+{
+    constexpr int mostCalls = 4;
+    for (const bool safe : {false, true})
+        for (const CryptoFunction& function : cryptoFunctions())
+            for (int number = 1; function.canFail && number <= mostCalls; ++number)
+                runFaulty(searchOfTwo(place, safe),
+                          {FaultKind::libraryCall, function.name, number},
+                          allowedAfterLibraryFault);
+}
+
+Outcomes allowedAfterMemoryFault()
+{
+    using enum Outcome;
+    if (faultReport->mainThread && faultReport->throwing)
+        return {abnormal};
+    if (!faultReport->mainThread)
+        return {none, result};
+    // Library memory: for the base, for the callback. Own: for a thread, for a trace.
+    return std::string(faultReport->function).starts_with("CRYPTO")
+               ? Outcomes{none, abnormal, result}
+               : Outcomes{notStarted, result};
+}
+
+// Two workers take turns that differ from run to run: so the number of calls does.
+void failMemory(const Run& run, FaultKind kind)
+{
+    tally.where = run.name;
+    start(run, {kind});
+    int most = faultReport->met;
+    for (int number = 1; number <= most; ++number) {
+        runFaulty(run, {kind, {}, number}, allowedAfterMemoryFault);
+        if (!faultReport->struck)
+            most = std::min(most, faultReport->met.load());
+    }
+}
+
+void failAllMemory(const Workplace& place)
+{
+    for (const FaultKind kind : {FaultKind::ownMemory, FaultKind::libraryMemory}) {
+        failMemory(searchOfTwo(place, false), kind);
+        // A size that is sieved deeper, with marks in a file and a base from input.
+        Run large{"input",
+                  {"-threads", "2", "-input", "33", "-outPrompt", place.marks(),
+                   "-stopSemaphoreName", place.semaphore},
+                  264,
+                  false,
+                  {Streams::Input::text, ""}};
+        for (int i = 0; i < 33; ++i)
+            large.streams.inputText += i == 32 ? "01 " : "C7 ";
+        failMemory(large, kind);
+    }
+}
+
+// Streams and files of the real program
+
+Ending runReal(const Arguments& arguments, const Streams& streams = {})
+{
+    Process process(NORV_PROGRAM, arguments, streams);
+    return process.wait();
+}
+
+void tryRealStreams(const Workplace& place)
+{
+    const Run run{
+        "",
+        {"-threads", "1", "-base", "8001C0DE", "-stopSemaphoreName", place.semaphore}};
+    const int wholeResult = seenExitCode(static_cast<int>(charactersOf(run)));
+    const auto with = [&](const std::string& file) {
+        Arguments arguments = run.arguments;
+        arguments.insert(arguments.end(), {"-outPrompt", file});
+        return arguments;
+    };
+
+    for (const std::string& file :
+         {std::string("/dev/full"), place.folder.string(),
+          (place.folder / "missing/marks").string(), std::string("/proc/version")}) {
+        tally.where = "marks in " + file;
+        expectOutcome(run, runReal(with(file)), {Outcome::result});
+    }
+    tally.where = "standard output closed";
+    Ending ending =
+        runReal(run.arguments, {Streams::Input::text, "", Streams::Output::closed});
+    tally.expect(ending.inTime && ending.exitCode == wholeResult, inWords(ending));
+
+    tally.where = "standard output that nobody reads";
+    ending = runReal(run.arguments, {Streams::Input::text, "", Streams::Output::unread});
+    tally.expect(ending.inTime && ending.exitCode == wholeResult, inWords(ending));
+
+    tally.where = "standard output full";
+    std::string command = std::string("exec '") + NORV_PROGRAM + "'";
+    for (const std::string& argument : run.arguments)
+        command += " " + argument;
+    Process full("/bin/sh", {"-c", command + " >/dev/full"});
+    ending = full.wait();
+    tally.expect(ending.inTime && ending.exitCode == wholeResult && ending.errors.empty(),
+                 inWords(ending));
+
+    tally.where = "standard input closed";
+    ending =
+        runReal({"-threads", "1", "-input", "4", "-stopSemaphoreName", place.semaphore},
+                {Streams::Input::closed});
+    expectOutcome(run, ending, {Outcome::none});
+}
+
+bool waitFor(const std::function<bool()>& event)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!event()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+// The file of marks is taken away from under the program.
+void removeMarks(const Workplace& place)
+{
+    tally.where = "marks removed";
+    fs::remove(place.marks());
+    Process process(NORV_PROGRAM,
+                    {"-threads", "1", "-safe", "-input", "1024", "-test", "f",
+                     "-outPrompt", place.marks(), "-stopSemaphoreName", place.semaphore});
+    const auto written = [&] {
+        return fs::exists(place.marks());
+    };
+    tally.expect(waitFor(written), "no marks");
+    fs::remove(place.marks());
+    tally.expect(waitFor(written), "no marks after the removal");
+    tally.expect(
+        postForeign(std::wstring(place.semaphore.begin(), place.semaphore.end())),
+        "no semaphore");
+    const Ending ending = process.wait();
+    tally.expect(ending.inTime && ending.exitCode == seenExitCode(-1), inWords(ending));
+}
+
+// The lists
+
+void checkImports()
+{
+    tally.where = "imports";
+    std::set<std::string> listed;
+    int failable = 0;
+    for (const SystemFunction& function : systemFunctions()) {
+        listed.insert(function.name);
+        failable += function.canFail ? 1 : 0;
+        tally.expect(!function.canFail || errors.count(function.name) == 1,
+                     std::string(function.name) + " has no errors");
+    }
+    const std::vector<std::string> imported = importsOf(NORV_PROGRAM, "GLIBC_");
+    for (const std::string& name : imported)
+        tally.expect(listed.count(name) == 1, name + " is called and not listed");
+    std::cout << "C library: " << imported.size() << " functions imported, "
+              << listed.size() << " listed: " << failable << " can fail\n";
+}
+
+void checkAllFailed()
+{
+    tally.where = "coverage";
+    // All others fail in searches alone.
+    tally.expect(tally.struckIn("BN_GENCB_new"), "BN_GENCB_new never failed");
+    // A thread that gives way seldom has to pause.
+    for (const SystemFunction& function : systemFunctions())
+        tally.expect(!function.canFail || tally.struckIn(function.name) ||
+                         std::string(function.name) == "nanosleep",
+                     std::string(function.name) + " never failed");
+}
+
+int failEverything()
+{
+    const Workplace place;
+    shareReport(place);
+    checkImports();
+    tryRealStreams(place);
+    removeMarks(place);
+    failAroundTheSemaphore(place);
+    failWithForeignSemaphore(place);
+    failMarks(place);
+    failStreams(place);
+    failWithTooManyThreads(place);
+    failLibraryCalls(place);
+    failAllMemory(place);
+    checkAllFailed();
+    return tally.finish("whole runs");
+}
+
+} // namespace
+
+int main()
+{
+    try {
+        return failEverything();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+}

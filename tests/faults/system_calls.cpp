@@ -1,0 +1,136 @@
+// Stands between the program and the C library, at link time, as crypto_calls.cpp
+// does between it and libcrypto.
+#include "tests/faults/fault.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <semaphore.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+bool fails(const char* function)
+{
+    if (!strikes(FaultKind::systemCall, function))
+        return false;
+    errno = faultError();
+    return true;
+}
+
+} // namespace
+
+#define DECLARE(name, type, parameters)                                                  \
+    type real_##name parameters __asm__("__real_" #name);                                \
+    type wrapped_##name parameters __asm__("__wrap_" #name);
+
+#define FAILS(name, type, parameters, arguments, failure)                                \
+    DECLARE(name, type, parameters)                                                      \
+    type wrapped_##name parameters                                                       \
+    {                                                                                    \
+        return fails(#name) ? (failure) : real_##name arguments;                         \
+    }
+#define FAILS_AFTER(name, type, parameters, arguments, failure)                          \
+    DECLARE(name, type, parameters)                                                      \
+    type wrapped_##name parameters                                                       \
+    {                                                                                    \
+        const type returned = real_##name arguments;                                     \
+        return fails(#name) ? (failure) : returned;                                      \
+    }
+#define BY_HAND(name)
+#define CANNOT_FAIL(name)
+
+extern "C" {
+
+#include "tests/faults/system_calls.inc"
+
+DECLARE(fcntl, int, (int file, int command, ...))
+DECLARE(fwrite, std::size_t,
+        (const void* block, std::size_t size, std::size_t count, std::FILE* stream))
+DECLARE(open, int, (const char* path, int flags, ...))
+DECLARE(pthread_create, int,
+        (pthread_t * thread, const pthread_attr_t* attributes, void* (*procedure)(void*),
+         void* argument))
+DECLARE(pwrite, ssize_t, (int file, const void* block, std::size_t size, off_t offset))
+DECLARE(readdir, dirent*, (DIR * folder))
+
+// A lock that is waited for never finds itself refused, and only such a wait is
+// interrupted. Giving a lock up whole cannot fail: it needs nothing of the system.
+bool lockMayFail(int command, const struct flock& lock)
+{
+    if (lock.l_type == F_UNLCK || faultError() == EBADF)
+        return false;
+    const bool waits = command == F_OFD_SETLKW;
+    return faultError() == EINTR ? waits : faultError() != EAGAIN || !waits;
+}
+
+int wrapped_fcntl(int file, int command, ...)
+{
+    if (command != F_OFD_SETLK && command != F_OFD_SETLKW)
+        return faultError() == EBADF && fails("fcntl") ? -1 : real_fcntl(file, command);
+    std::va_list arguments;
+    va_start(arguments, command);
+    auto* lock = va_arg(arguments, struct flock*);
+    va_end(arguments);
+    return lockMayFail(command, *lock) && fails("fcntl")
+               ? -1
+               : real_fcntl(file, command, lock);
+}
+
+// Takes a part only when it fails.
+std::size_t wrapped_fwrite(const void* block, std::size_t size, std::size_t count,
+                           std::FILE* stream)
+{
+    return real_fwrite(block, size, fails("fwrite") ? count / 2 : count, stream);
+}
+
+int wrapped_open(const char* path, int flags, ...)
+{
+    if (fails("open"))
+        return -1;
+    if ((flags & (O_CREAT | O_TMPFILE)) == 0)
+        return real_open(path, flags);
+    std::va_list arguments;
+    va_start(arguments, flags);
+    const auto mode = va_arg(arguments, mode_t);
+    va_end(arguments);
+    return real_open(path, flags, mode);
+}
+
+int wrapped_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                           void* (*procedure)(void*), void* argument)
+{
+    return fails("pthread_create")
+               ? faultError()
+               : real_pthread_create(thread, attributes, procedure, argument);
+}
+
+ssize_t wrapped_pwrite(int file, const void* block, std::size_t size, off_t offset)
+{
+    if (!fails("pwrite"))
+        return real_pwrite(file, block, size, offset);
+    return faultError() == 0 ? real_pwrite(file, block, size / 2, offset) : -1;
+}
+
+// Shows this test's semaphores only: those of others, which come and go, would
+// change the number of calls from run to run.
+dirent* wrapped_readdir(DIR* folder)
+{
+    if (fails("readdir"))
+        return nullptr;
+    const char* mine = std::getenv("NORV_FAULT_NAMES");
+    dirent* entry = real_readdir(folder);
+    while (entry && mine && std::strncmp(entry->d_name, mine, std::strlen(mine)) != 0)
+        entry = real_readdir(folder);
+    return entry;
+}
+
+} // extern "C"
