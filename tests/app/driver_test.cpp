@@ -498,12 +498,24 @@ TEST_F(Driver, TakesTheProgressFile)
     EXPECT_EQ(L"a file", jobOf(L"norv -base FF -outPrompt \"a file\"").progressFile);
 }
 
-TEST_F(Driver, LeavesMarksOutOnlyWhereNobodySeesThem)
+TEST_F(Driver, LetsMarksStayOutWhereNobodySeesThem)
+{
+    EXPECT_TRUE(jobOf(L"norv -base FF -noPrompt").unwatched);
+}
+
+TEST_F(Driver, LetsNoMarkStayOutOfStandardOutput)
 {
     EXPECT_FALSE(jobOf(L"norv -base FF").unwatched);
+}
+
+TEST_F(Driver, LetsNoMarkStayOutOfTheProgressFile)
+{
     EXPECT_FALSE(jobOf(L"norv -base FF -outPrompt \"a file\"").unwatched);
+}
+
+TEST_F(Driver, LetsNoMarkStayOutOfTheProgressFileOfAQuietRun)
+{
     EXPECT_FALSE(jobOf(L"norv -base FF -outPrompt \"a file\" -noPrompt").unwatched);
-    EXPECT_TRUE(jobOf(L"norv -base FF -noPrompt").unwatched);
 }
 
 TEST_F(Driver, ReadsItsOptionsInTheirOrder)
