@@ -29,7 +29,7 @@ TEST(SievePrimes, BeginWithAllSmallOnes)
 
 TEST(SievePrimes, StandInTheirBlocks)
 {
-    for (const std::size_t block : {1U, 511U, 3071U}) {
+    for (const std::uint32_t block : {1U, 511U, 3071U}) {
         const auto primes = sievePrimes(block);
         ASSERT_FALSE(primes.empty());
         EXPECT_EQ(oracle::primeAbove(block * sieveBlockSpan), primes.front());
