@@ -2,8 +2,11 @@
 # Tests norv, building and installing what is missing.
 #   ./test.sh           the native tests
 #   ./test.sh all       everything that CI runs: the native tests, lint, debug,
-#                       asan, tsan, stress, faults, windows
+#                       asan, tsan, stress, faults, fuzz, windows
 #   ./test.sh bench     measures, twenty to thirty minutes; not part of all
+#   ./test.sh soak [SECONDS]   real runs killed, stopped and disturbed, 300 seconds
+#   ./test.sh fuzz [SECONDS]   every fuzz target for so long, 60 seconds
+#   ./test.sh coverage  the lines that the native tests run, by file
 #   ./test.sh TASK…     the tasks named
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
@@ -39,7 +42,7 @@ task_lint() {
     # For its list of compile commands only; clang-tidy cannot read g++'s
     # precompiled headers.
     cmake --preset release -B build/lint -DNORV_TESTS=ON -DNORV_BENCH=ON \
-        -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
+        -DNORV_FUZZ=ON -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
     tools/lint
 }
 
@@ -60,6 +63,43 @@ task_faults() {
     build/release/tests/faults/norv_search_faults || failed=1
     build/release/tests/faults/norv_program_faults || failed=1
     return $failed
+}
+
+# Prints its seed; norv_soak SECONDS SEED makes the same choices again.
+task_soak() { # [SECONDS]
+    tools/install build test
+    build release
+    build/release/tests/soak/norv_soak "$@"
+}
+
+# Findings lie in build/fuzz/findings, one file an input: the target runs one again
+# when it is given its path.
+task_fuzz() { # [SECONDS]
+    tools/install build test fuzz
+    build fuzz
+    mkdir -p build/fuzz/findings
+    # shellcheck disable=SC2016 # each shell's own
+    printf '%s\n' command_line engine hex_text input_stream |
+        xargs -P 2 -I TARGET bash -c '
+            mkdir -p build/fuzz/corpus/TARGET
+            build/fuzz/tests/fuzz/norv_fuzz_TARGET -max_total_time="$0" -timeout=20 \
+                -artifact_prefix=build/fuzz/findings/TARGET- build/fuzz/corpus/TARGET \
+                tests/fuzz/corpus/TARGET >build/fuzz/TARGET.txt 2>&1 || {
+                tail -60 build/fuzz/TARGET.txt
+                echo "TARGET: a finding, see build/fuzz/findings" >&2
+                exit 1
+            }
+            echo "TARGET: $(grep "^Done" build/fuzz/TARGET.txt), no finding"' \
+            "${1:-60}"
+}
+
+# Fails below the share of lines, in percent, that the tests are known to run.
+task_coverage() {
+    tools/install build test coverage
+    build coverage
+    find build/coverage -name '*.gcda' -delete
+    ctest --preset coverage -j "$jobs"
+    tools/coverage 96
 }
 
 # The program and all tests built for Windows and run under Wine; then both
@@ -87,12 +127,18 @@ task_bench() {
 }
 
 task_all() {
-    for task in native lint debug asan tsan stress faults windows; do
+    for task in native lint debug asan tsan stress faults fuzz windows; do
         printf '\n== %s\n' "$task"
         "task_$task"
     done
     printf '\nAll of it passed.\n'
 }
+
+# The tasks that take a number of seconds.
+if [ $# = 2 ] && [[ $1 =~ ^(soak|fuzz)$ && $2 =~ ^[0-9]+$ ]]; then
+    "task_$1" "$2"
+    exit
+fi
 
 for task in "${@:-native}"; do
     if ! declare -F "task_$task" >/dev/null; then

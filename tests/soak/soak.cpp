@@ -1,0 +1,191 @@
+// Real runs for minutes: killed at any moment, sharing a name, stopped from outside,
+// and disturbed by a foreign program. For what happens once in ten thousand runs.
+//
+//   norv_soak [SECONDS [SEED]]
+#include "tests/platform/temporary_folder.h"
+#include "tests/soak/group.h"
+#include "tests/soak/job.h"
+#include "tests/soak/tally.h"
+#include "tests/soak/two_users.h"
+#include "tests/support/foreign_semaphore.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int defaultSeconds = 300;
+constexpr int killsInDefaultTime = 500;
+
+class Soak
+{
+public:
+    explicit Soak(unsigned seed)
+        : random_(seed)
+    {
+    }
+
+    // One scene of any kind. Whatever it did to its name, the next run that uses the
+    // name must end with a result and leave no name.
+    void scene()
+    {
+        const std::wstring name = freshName();
+        switch (random_.upTo(9)) {
+        case 0:
+            group(name, false);
+            break;
+        case 1:
+            group(name, true);
+            break;
+        default:
+            kill(name);
+            break;
+        }
+        search(name);
+    }
+
+    void twoUsers()
+    {
+        const std::wstring name = freshName();
+        if (!runAsTwoUsers(name, random_, tally_))
+            return;
+        ++tally_.twoUsers;
+        search(name);
+    }
+
+    // Names that killed runs left must be gone after any later run.
+    void checkNames()
+    {
+        search(freshName());
+        for (const std::wstring& name : names_)
+            if (existsForeign(name))
+                tally_.countName(name, "left behind");
+    }
+
+    const Tally& tally() const
+    {
+        return tally_;
+    }
+
+private:
+    std::wstring freshName()
+    {
+        names_.push_back(uniqueSemaphoreName(L"soak" + std::to_wstring(names_.size())));
+        return names_.back();
+    }
+
+    std::filesystem::path freshFile()
+    {
+        return folder_ / ("marks" + std::to_string(++files_));
+    }
+
+    static Process start(const Job& job, const std::wstring& name)
+    {
+        Arguments arguments = job.arguments;
+        arguments.emplace_back("-stopSemaphoreName");
+        arguments.emplace_back(name.begin(), name.end());
+        return Process(NORV_PROGRAM, arguments, job.streams);
+    }
+
+    // A run alone with its name, which must be gone afterwards.
+    void search(const std::wstring& name)
+    {
+        const Job job = searchingJob(random_, freshFile());
+        tally_.count(job, start(job, name).wait(), false);
+        ++tally_.searches;
+        if (existsForeign(name)) {
+            tally_.countName(name, "left behind");
+            removeForeign(name);
+        }
+    }
+
+    // A run killed at any moment of it, now and then with another one of that name.
+    void kill(const std::wstring& name)
+    {
+        const Job job =
+            random_.oneIn(2) ? endlessJob(random_) : searchingJob(random_, freshFile());
+        Process victim = start(job, name);
+        if (random_.oneIn(4)) {
+            const Job other = searchingJob(random_, freshFile());
+            Process companion = start(other, name);
+            killSoon(victim);
+            tally_.count(other, companion.wait(), true);
+        } else {
+            killSoon(victim);
+        }
+    }
+
+    void killSoon(Process& victim)
+    {
+        std::this_thread::sleep_for(random_.moment());
+        ++(victim.isRunning() ? tally_.killed : tally_.killedTooLate);
+        victim.kill();
+        victim.wait();
+    }
+
+    void group(const std::wstring& name, bool disturbed)
+    {
+        std::vector<Job> jobs;
+        for (int left = 2 + random_.upTo(6); left > 0; --left)
+            jobs.push_back(random_.oneIn(2) ? endlessJob(random_)
+                                            : searchingJob(random_, freshFile()));
+        Group(std::move(jobs), name, disturbed).run(random_, tally_);
+        if (!disturbed && existsForeign(name))
+            tally_.countName(name, "left behind");
+    }
+
+    Random random_;
+    Tally tally_;
+    std::vector<std::wstring> names_;
+    int files_ = 0;
+    const TemporaryFolder folder_;
+};
+
+void print(const Tally& tally, long seconds)
+{
+    std::cout << tally.killed << " runs killed (" << tally.killedTooLate
+              << " more had ended)\n"
+              << tally.searches << " runs of their own\n"
+              << tally.groups << " groups under one name, " << tally.foreignGroups
+              << " more with a foreign program: " << tally.groupRuns << " runs, "
+              << tally.groupResults << " with a result\n"
+              << tally.twoUsers << " rounds of two users\n"
+              << tally.composites << " composites in " << tally.smallResults
+              << " results of 24 to 120 bits\n"
+              << tally.hangs << " hangs, " << tally.wrong << " wrong results, "
+              << tally.leftovers << " wrong names, " << seconds << " seconds"
+              << std::endl;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const long seconds = argc > 1 ? std::strtol(argv[1], nullptr, 10) : defaultSeconds;
+    const unsigned seed = argc > 2
+                              ? static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10))
+                              : std::random_device()();
+    std::cout << "seed " << seed << std::endl;
+
+    // On a slow machine the kills decide, not the time.
+    const long kills = seconds * killsInDefaultTime / defaultSeconds;
+    const auto begin = Clock::now();
+    const auto elapsed = [begin] {
+        return std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin)
+            .count();
+    };
+    Soak soak(seed);
+    soak.twoUsers();
+    while (elapsed() < seconds || soak.tally().killed < kills)
+        soak.scene();
+    soak.checkNames();
+
+    print(soak.tally(), elapsed());
+    return seconds > 0 && soak.tally().isClean() ? 0 : 1;
+}
