@@ -47,8 +47,10 @@ Passed tryAll(const Composites& composites, int trials)
     const Context context = newContext();
     std::mt19937 generator(1);
     for (int i = 0; i < trials; ++i) {
-        const auto& [digits, number] =
+        const auto& composite =
             composites[static_cast<std::size_t>(i) % composites.size()];
+        const std::string& digits = composite.first;
+        const BigNumber& number = composite.second;
         const auto tested = [&](int checks) {
             return isPrime(number.get(), checks, context.get(), 0, nullptr) == 1 ? 1 : 0;
         };
