@@ -63,8 +63,9 @@ Search searchOf(const std::uint8_t* data, std::size_t size)
 // The bytes of a good generator: with those of the clocks a small composite may pass.
 void useRepeatableBytes()
 {
-    fakeRandomBytes = [generator = std::mt19937(1)](std::uint8_t* buffer,
-                                                    std::int32_t count) mutable {
+    std::mt19937 start(1); // NOLINT(cert-msc32-c,cert-msc51-cpp)
+    fakeRandomBytes = [generator = start](std::uint8_t* buffer,
+                                          std::int32_t count) mutable {
         std::generate_n(buffer, count, [&generator] {
             return static_cast<std::uint8_t>(generator() >> 24);
         });
