@@ -45,7 +45,7 @@ Passed tryAll(const Composites& composites, int trials)
 {
     Passed passed;
     const Context context = newContext();
-    std::mt19937 generator(1);
+    std::mt19937 generator(1); // NOLINT(cert-msc32-c,cert-msc51-cpp)
     for (int i = 0; i < trials; ++i) {
         const auto& composite =
             composites[static_cast<std::size_t>(i) % composites.size()];
