@@ -1,7 +1,6 @@
-// Stands between the program and libcrypto, at link time: the linker's --wrap sends
-// the program's call of NAME to __wrap_NAME, and a call of __real_NAME to libcrypto.
-// The names are given by asm labels: they are not ours to declare in the language.
+// Stands between the program and libcrypto, at link time.
 #include "tests/faults/fault.h"
+#include "tests/faults/wrap.h"
 
 #include <cstddef>
 #include <openssl/bn.h>
@@ -19,10 +18,6 @@ struct FailedFrame {
 thread_local FailedFrame failedFrame;
 
 } // namespace
-
-#define DECLARE(name, type, parameters)                                                  \
-    type real_##name parameters __asm__("__real_" #name);                                \
-    type wrapped_##name parameters __asm__("__wrap_" #name);
 
 #define FAILS(name, type, parameters, arguments, failure)                                \
     DECLARE(name, type, parameters)                                                      \

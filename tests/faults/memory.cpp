@@ -48,7 +48,7 @@ constexpr int freshByte = 0xA5;
 
 struct Block {
     std::size_t size;
-    bool library;
+    bool crypto;
 };
 
 using Blocks = std::unordered_map<void*, Block, std::hash<void*>, std::equal_to<>,
@@ -100,21 +100,21 @@ bool holdsSecret(const Secrets& secrets, const void* block, std::size_t size)
     return false;
 }
 
-void noteAllocation(void* block, std::size_t size, bool library)
+void noteAllocation(void* block, std::size_t size, bool crypto)
 {
     Watch& watched = watch();
     const std::lock_guard guard(watched.mutex);
-    watched.blocks[block] = {size, library};
-    ++(library ? watched.live.library : watched.live.own);
+    watched.blocks[block] = {size, crypto};
+    ++(crypto ? watched.live.crypto : watched.live.own);
 }
 
 // False when the block is none that may be given back now.
-bool noteRelease(void* block, bool library)
+bool noteRelease(void* block, bool crypto)
 {
     Watch& watched = watch();
     const std::lock_guard guard(watched.mutex);
     const auto found = watched.blocks.find(block);
-    if (found == watched.blocks.end() || found->second.library != library) {
+    if (found == watched.blocks.end() || found->second.crypto != crypto) {
         ++watched.errors.foreignFrees;
         return false;
     }
@@ -124,24 +124,24 @@ bool noteRelease(void* block, bool library)
         watched.errors.secretBlockSize = size;
     }
     watched.blocks.erase(found);
-    --(library ? watched.live.library : watched.live.own);
+    --(crypto ? watched.live.crypto : watched.live.own);
     return true;
 }
 
-void* take(std::size_t size, bool library)
+void* take(std::size_t size, bool crypto)
 {
     void* block = std::malloc(size ? size : 1);
     if (!block)
         return nullptr;
     // What somebody else left there must not be taken for this block's own.
     std::memset(block, freshByte, size);
-    noteAllocation(block, size, library);
+    noteAllocation(block, size, crypto);
     return block;
 }
 
-void giveBack(void* block, bool library)
+void giveBack(void* block, bool crypto)
 {
-    if (block && noteRelease(block, library))
+    if (block && noteRelease(block, crypto))
         std::free(block);
 }
 

@@ -8,8 +8,8 @@
 #include <span>
 
 struct LiveBlocks {
-    long own;     // operator new
-    long library; // libcrypto
+    long own;    // operator new
+    long crypto; // libcrypto
 
     friend bool operator==(const LiveBlocks&, const LiveBlocks&) = default;
 };

@@ -61,7 +61,7 @@ void failEachCall(const std::string& name, const std::function<void(const Fault&
                 LiveBlocks before = liveBlocks();
                 blocksLeft = 0;
                 run(fault);
-                before.library += blocksLeft;
+                before.crypto += blocksLeft;
                 tally.expect(liveBlocks() == before, "blocks left");
                 tally.count(fault, *faultReport);
                 const MemoryErrors errors = takeMemoryErrors();
@@ -463,7 +463,7 @@ void failInResultOutput()
         } else {
             tally.expect(written == longBaseBits / 8 * 3, "characters written");
             tally.expect(output.data() == expected, "text");
-            kept = {liveBlocks().own - before.own, liveBlocks().library - before.library};
+            kept = {liveBlocks().own - before.own, liveBlocks().crypto - before.crypto};
         }
     };
     for (const FaultKind kind : kinds)
@@ -554,7 +554,7 @@ void failInWorker(bool safe)
         }
         // A window whose context cannot be had is left to the process's end: a
         // number and its digits.
-        const long left = after.library - before.library - (published ? 2 : 0);
+        const long left = after.crypto - before.crypto - (published ? 2 : 0);
         const bool mayLeave = ended == -1 && !struckIn("BN_dup");
         tally.expect(left == 0 || (mayLeave && left == 2), "worker leaves blocks");
         blocksLeft = left;

@@ -1,6 +1,7 @@
 // Stands between the program and the C library, at link time, as crypto_calls.cpp
 // does between it and libcrypto.
 #include "tests/faults/fault.h"
+#include "tests/faults/wrap.h"
 
 #include <cerrno>
 #include <cstdarg>
@@ -27,10 +28,6 @@ bool fails(const char* function)
 }
 
 } // namespace
-
-#define DECLARE(name, type, parameters)                                                  \
-    type real_##name parameters __asm__("__real_" #name);                                \
-    type wrapped_##name parameters __asm__("__wrap_" #name);
 
 #define FAILS(name, type, parameters, arguments, failure)                                \
     DECLARE(name, type, parameters)                                                      \
