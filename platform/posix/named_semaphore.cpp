@@ -21,6 +21,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
@@ -371,10 +372,16 @@ bool releaseSemaphore(SemaphoreHandle semaphore)
 
 bool waitForSemaphore(SemaphoreHandle semaphore)
 {
+    // In slices: a process that is woken, and killed before it takes the count, takes
+    // the wake-up with it, and nobody else would ever be woken for that count.
+    constexpr time_t sliceSeconds = 1;
     int result = 0;
-    do
-        result = sem_wait(&semaphore->shared->semaphore);
-    while (result == -1 && errno == EINTR);
+    do {
+        timespec end = {};
+        clock_gettime(CLOCK_MONOTONIC, &end);
+        end.tv_sec += sliceSeconds;
+        result = sem_clockwait(&semaphore->shared->semaphore, CLOCK_MONOTONIC, &end);
+    } while (result == -1 && (errno == EINTR || errno == ETIMEDOUT));
     return result == 0;
 }
 

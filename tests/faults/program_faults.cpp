@@ -228,10 +228,10 @@ const std::map<std::string, std::vector<int>> errors{
     {"pwrite", {ENOSPC, 0}},
     {"read", {EIO}},
     {"readdir", {EBADF}},
+    {"sem_clockwait", {EINTR, ETIMEDOUT, EINVAL}},
     {"sem_getvalue", {EINVAL}},
     {"sem_init", {ENOSPC}},
     {"sem_post", {EOVERFLOW}},
-    {"sem_wait", {EINTR, EINVAL}},
     {"unlink", {EACCES}},
     {"vfprintf", {ENOSPC}},
 };
@@ -240,8 +240,8 @@ const std::map<std::string, std::vector<int>> errors{
 Outcomes allowedAfter(const std::string& function, int error)
 {
     using enum Outcome;
-    // Signals interrupt a call; they never change what comes of it.
-    if (error == EINTR)
+    // Signals interrupt a call and waits are in slices; neither changes what comes of it.
+    if (error == EINTR || error == ETIMEDOUT)
         return {result};
     // A stream taken for a closed one only costs a descriptor.
     if (function == "fcntl" && error == EBADF)
@@ -257,7 +257,7 @@ Outcomes allowedAfter(const std::string& function, int error)
         function == "fread")
         return {none};
     // The worker may be faster than the watcher that could not wait.
-    if (function == "sem_wait")
+    if (function == "sem_clockwait")
         return {none, result};
     // The command line is read so, as well as the semaphore is opened.
     if (function == "open" || function == "read")
@@ -329,12 +329,12 @@ void failAroundTheSemaphore(const Workplace& place)
         tally.expect(!fs::exists(place.dead()), "the next run leaves the dead name");
         faultReport->struck = struck;
     };
-    failSystemCalls(run,
-                    {"close",     "closedir", "fchmod",  "fcntl",        "fstat",
-                     "fstatat",   "linkat",   "lstat",   "mmap",         "munmap",
-                     "nanosleep", "open",     "opendir", "pread",        "pthread_create",
-                     "pwrite",    "read",     "readdir", "sem_getvalue", "sem_init",
-                     "sem_post",  "sem_wait", "unlink"},
+    failSystemCalls(run, {"close",    "closedir",      "fchmod",         "fcntl",
+                          "fstat",    "fstatat",       "linkat",         "lstat",
+                          "mmap",     "munmap",        "nanosleep",      "open",
+                          "opendir",  "pread",         "pthread_create", "pwrite",
+                          "read",     "readdir",       "sem_getvalue",   "sem_init",
+                          "sem_post", "sem_clockwait", "unlink"},
                     prepare, check);
 }
 
@@ -354,7 +354,7 @@ void failWithForeignSemaphore(const Workplace& place)
     };
     failSystemCalls(run,
                     {"fcntl", "fstat", "lstat", "mmap", "munmap", "open", "pread",
-                     "sem_post", "sem_wait", "unlink"},
+                     "sem_post", "sem_clockwait", "unlink"},
                     prepare, check);
     removeForeign(name);
 }

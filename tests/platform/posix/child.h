@@ -61,6 +61,11 @@ public:
             killAndWait();
     }
 
+    pid_t id() const
+    {
+        return id_;
+    }
+
     // Waits for its end. Its exit code, or -1 when a signal ended it.
     int wait()
     {

@@ -7,9 +7,11 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
 #include <random>
+#include <sched.h>
 #include <semaphore.h>
 #include <string>
 #include <sys/stat.h>
@@ -93,6 +95,9 @@ protected:
     }
 
     Children startSharing(unsigned int count) const;
+
+    // A process that sleeps in its wait when this returns, and ends with 0 behind it.
+    std::unique_ptr<Child> startWaiting(bool onlyWhenIdle) const;
 
     // A process that creates the semaphore and is killed while it holds it.
     void createAndDie(int count) const
@@ -531,6 +536,77 @@ TEST_F(PosixNamedSemaphore, GoesOnWaitingAfterASignal)
     EXPECT_EQ(0, child.wait());
     sigaction(SIGUSR1, &former, nullptr);
     EXPECT_EQ(0, countForeign(name));
+    closeSemaphore(semaphore);
+}
+
+// This process, and what it starts, runs on one processor as long as this lives.
+class OneProcessor
+{
+public:
+    OneProcessor()
+    {
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(static_cast<unsigned int>(sched_getcpu()), &one);
+        sched_getaffinity(0, sizeof former_, &former_);
+        sched_setaffinity(0, sizeof one, &one);
+    }
+    OneProcessor(const OneProcessor&) = delete;
+    OneProcessor& operator=(const OneProcessor&) = delete;
+    ~OneProcessor()
+    {
+        sched_setaffinity(0, sizeof former_, &former_);
+    }
+
+private:
+    cpu_set_t former_ = {};
+};
+
+bool isAsleep(pid_t process)
+{
+    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+    std::string number;
+    std::string name;
+    char state = 0;
+    return file >> number >> name >> state && state == 'S';
+}
+
+std::unique_ptr<Child> PosixNamedSemaphore::startWaiting(bool onlyWhenIdle) const
+{
+    const Gate opened;
+    auto child = std::make_unique<Child>([&] {
+        const sched_param none = {};
+        if (onlyWhenIdle)
+            sched_setscheduler(0, SCHED_IDLE, &none);
+        SemaphoreHandle semaphore = open();
+        opened.open();
+        return semaphore && waitForSemaphore(semaphore) ? 0 : 1;
+    });
+    opened.pass();
+    while (!isAsleep(child->id()))
+        sched_yield();
+    return child;
+}
+
+TEST_F(PosixNamedSemaphore, WakesAnotherWhenTheOneItWokeIsKilledBeforeItTakesTheCount)
+{
+    // The victim, woken, does not run before this process pauses: it is killed first.
+    const OneProcessor processor;
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    bool wakeUpWasLost = false;
+    for (int attempt = 0; !wakeUpWasLost && attempt < 100; ++attempt) {
+        const auto victim = startWaiting(true);
+        const auto other = startWaiting(false);
+        EXPECT_TRUE(releaseSemaphore(semaphore));
+        victim->killAndWait();
+        if (countForeign(name) == 0)
+            continue;
+        wakeUpWasLost = true;
+        EXPECT_EQ(0, other->wait());
+        EXPECT_EQ(0, countForeign(name));
+    }
+    EXPECT_TRUE(wakeUpWasLost);
     closeSemaphore(semaphore);
 }
 
