@@ -14,7 +14,8 @@ void prepareProcess()
     // A stream is opened the wrong way round, so that its use fails.
     for (int descriptor = 0; descriptor <= 2; ++descriptor)
         if (fcntl(descriptor, F_GETFD) == -1)
-            static_cast<void>(open("/dev/null", descriptor == 0 ? O_WRONLY : O_RDONLY));
+            static_cast<void>(descriptor == 0 ? open("/dev/null", O_WRONLY)
+                                              : open("/dev/null", O_RDONLY));
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
     // The library's own handler writes to standard error.

@@ -205,6 +205,7 @@ Ending runFaulty(const Run& run, const Fault& fault,
 
 // The errors that a call may meet. 0: less is transferred than was asked for.
 const std::map<std::string, std::vector<int>> errors{
+    {"__vfprintf_chk", {ENOSPC}},
     {"close", {EIO, EINTR}},
     {"closedir", {EBADF}},
     {"fchmod", {EPERM}},
@@ -233,7 +234,6 @@ const std::map<std::string, std::vector<int>> errors{
     {"sem_init", {ENOSPC}},
     {"sem_post", {EOVERFLOW}},
     {"unlink", {EACCES}},
-    {"vfprintf", {ENOSPC}},
 };
 
 // How a run of a search may end after this one call failed.
@@ -378,7 +378,7 @@ void failMarks(const Workplace& place)
                           std::string(faultReport->function) != "fclose";
         tally.expect(contentOf(place.marks()).size() == (lost ? all - 1 : all), "marks");
     };
-    failSystemCalls(run, {"fclose", "vfprintf", "fopen"}, prepare, check,
+    failSystemCalls(run, {"fclose", "__vfprintf_chk", "fopen"}, prepare, check,
                     [](const std::string&, int) { return Outcomes{Outcome::result}; });
 }
 
@@ -392,7 +392,7 @@ void failStreams(const Workplace& place)
                   {Streams::Input::text, "80 01 C0 DE "}};
     const auto nothing = [] {
     };
-    failSystemCalls(run, {"fread", "vfprintf"}, nothing, [](const Ending&) {});
+    failSystemCalls(run, {"fread", "__vfprintf_chk"}, nothing, [](const Ending&) {});
 
     // The exit code is the number of characters that the stream took.
     tally.where = run.name + ", half of the result";

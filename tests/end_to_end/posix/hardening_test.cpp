@@ -47,4 +47,9 @@ TEST(Hardening, ChecksTheStackAtTheEndOfFunctions)
     EXPECT_TRUE(contains(read("--dyn-syms"), "UND __stack_chk_fail"));
 }
 
+TEST(Hardening, ChecksWhatItsTextsAreFormattedTo)
+{
+    EXPECT_TRUE(contains(read("--dyn-syms"), "UND __vfprintf_chk"));
+}
+
 } // namespace
