@@ -2,7 +2,7 @@
 # Tests norv, building and installing what is missing.
 #   ./test.sh           the native tests
 #   ./test.sh all       everything that CI runs: the native tests, lint, debug,
-#                       asan, tsan, stress, faults, fuzz, windows
+#                       asan, tsan, memcheck, stress, faults, fuzz, windows
 #   ./test.sh bench     measures, twenty to thirty minutes; not part of all
 #   ./test.sh soak [SECONDS]   real runs killed, stopped and disturbed, 300 seconds
 #   ./test.sh fuzz [SECONDS]   every fuzz target for so long, 60 seconds
@@ -44,6 +44,20 @@ task_lint() {
     cmake --preset release -B build/lint -DNORV_TESTS=ON -DNORV_BENCH=ON \
         -DNORV_FUZZ=ON -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
     tools/lint
+}
+
+# The end-to-end tests with the program under memcheck, which runs one thread at a time
+# and some twenty times slower.
+task_memcheck() {
+    tools/install build test memcheck
+    build memcheck
+    rm -rf build/memcheck/findings
+    mkdir -p build/memcheck/findings
+    local failed=0
+    ctest --preset memcheck -j "$jobs" || failed=1
+    # Runs that were killed have no exit code to tell by. A program started without a
+    # standard output may write to this file: only memcheck's own lines count.
+    ! grep -rh '^==' build/memcheck/findings && [ $failed = 0 ]
 }
 
 # Many whole runs in a row, each result checked; then runs with more threads
@@ -127,7 +141,7 @@ task_bench() {
 }
 
 task_all() {
-    for task in native lint debug asan tsan stress faults fuzz windows; do
+    for task in native lint debug asan tsan memcheck stress faults fuzz windows; do
         printf '\n== %s\n' "$task"
         "task_$task"
     done
