@@ -1,6 +1,8 @@
 // Searches, base input, result output and workers inside this process, with every
 // call of libcrypto, every allocation of libcrypto and every own allocation failing
 // once: each in a run of its own, until a run meets no fault.
+//
+//   norv_search_faults [STEP]   behind the first calls every STEP-th only, in slow builds
 #include "app/base_input.h"
 #include "app/result_output.h"
 #include "platform/named_semaphore.h"
@@ -25,6 +27,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -42,6 +45,10 @@ Tally tally;
 // Iterations of every test: what a search really takes, or fewer.
 int iterations = 64;
 
+// From the number of a call that failed to the next, behind the first calls.
+constexpr int firstCalls = 10;
+int faultStep = 1;
+
 // Blocks of the library that the run at hand leaves behind on purpose.
 long blocksLeft = 0;
 
@@ -55,7 +62,7 @@ void failEachCall(const std::string& name, const std::function<void(const Fault&
         for (const bool late : {false, true}) {
             if (late && kind != FaultKind::libraryCall)
                 continue;
-            for (int number = 1;; ++number) {
+            for (int number = 1;; number += number < firstCalls ? 1 : faultStep) {
                 const Fault fault{kind, {}, number, 0, late};
                 tally.where = name + ", " + inWords(fault);
                 LiveBlocks before = liveBlocks();
@@ -636,8 +643,10 @@ int chosenIterations(int /*bits*/)
     return iterations;
 }
 
-int main()
+int main(int argc, char** argv)
 {
+    if (argc > 1)
+        faultStep = std::max(1, static_cast<int>(std::strtol(argv[1], nullptr, 10)));
     settleLibraryMemory();
     checkWatch();
     checkImports();

@@ -394,6 +394,21 @@ TEST_F(PosixNamedSemaphore, CannotBeOpenedAfterItsOnlyHolderWasKilled)
     EXPECT_FALSE(exists(path));
 }
 
+TEST_F(PosixNamedSemaphore, IsNotMadeWhereAnotherUsersAbandonedOneMayNotBeRemoved)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only the administrator can become another user";
+    createAndDie(3);
+    ASSERT_EQ(0, chmod(path.c_str(), 0666));
+    ASSERT_EQ(0, seteuid(65534));
+    const SemaphoreHandle created = create(0, 1);
+    const SemaphoreHandle opened = open();
+    ASSERT_EQ(0, seteuid(0));
+    EXPECT_EQ(nullptr, created);
+    EXPECT_EQ(nullptr, opened);
+    EXPECT_TRUE(exists(path));
+}
+
 TEST_F(PosixNamedSemaphore, StartsAfreshAfterAWaitingHolderWasKilled)
 {
     const Gate waiting;
