@@ -1,5 +1,6 @@
 #include "platform/command_line.h"
 
+#include "platform/posix/uninterrupted.h"
 #include "platform/posix/utf8.h"
 
 #include <algorithm>
@@ -22,12 +23,16 @@ constexpr char argumentsFile[] = "/proc/self/cmdline";
 // `bytes` as far as they fit. Returns how many bytes there are; 0 on failure.
 std::size_t readArguments(char* bytes, std::size_t capacity)
 {
-    const int file = open(argumentsFile, O_RDONLY | O_CLOEXEC);
+    const int file =
+        uninterrupted([] { return open(argumentsFile, O_RDONLY | O_CLOEXEC); });
     if (file == -1)
         return 0;
     char block[4096];
+    const auto readBlock = [&] {
+        return read(file, block, sizeof block);
+    };
     std::size_t total = 0;
-    for (ssize_t count = 0; (count = read(file, block, sizeof block)) > 0;) {
+    for (ssize_t count = 0; (count = uninterrupted(readBlock)) > 0;) {
         const auto size = static_cast<std::size_t>(count);
         if (total < capacity)
             std::copy_n(block, std::min(size, capacity - total), bytes + total);

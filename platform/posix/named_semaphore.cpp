@@ -16,6 +16,7 @@
 #include "platform/named_semaphore.h"
 
 #include "platform/posix/semaphore_names.h"
+#include "platform/posix/uninterrupted.h"
 #include "platform/posix/utf8.h"
 
 #include <cerrno>
@@ -113,11 +114,8 @@ bool setLock(const Descriptor& file, off_t byte, short type, bool wait)
     lock.l_whence = SEEK_SET;
     lock.l_start = byte;
     lock.l_len = 1;
-    int result = 0;
-    do
-        result = fcntl(file.get(), wait ? F_OFD_SETLKW : F_OFD_SETLK, &lock);
-    while (result == -1 && errno == EINTR);
-    return result == 0;
+    const int command = wait ? F_OFD_SETLKW : F_OFD_SETLK;
+    return uninterrupted([&] { return fcntl(file.get(), command, &lock); }) == 0;
 }
 
 bool holdsAlone(const Descriptor& file)
@@ -162,7 +160,7 @@ std::string pathOf(const wchar_t* name)
 Descriptor openFile(const std::string& path)
 {
     constexpr int flags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-    return Descriptor(open(path.c_str(), flags));
+    return Descriptor(uninterrupted([&] { return open(path.c_str(), flags); }));
 }
 
 bool isRegularOf(const Descriptor& file, off_t smallest)
@@ -175,9 +173,11 @@ bool isRegularOf(const Descriptor& file, off_t smallest)
 bool isOwn(const Descriptor& file)
 {
     char mark[sizeof ownMark];
+    const auto readMark = [&] {
+        return pread(file.get(), mark, sizeof mark, offsetof(SharedSemaphore, mark));
+    };
     return isRegularOf(file, sizeof(SharedSemaphore)) &&
-           pread(file.get(), mark, sizeof mark, offsetof(SharedSemaphore, mark)) ==
-               static_cast<ssize_t>(sizeof mark) &&
+           uninterrupted(readMark) == static_cast<ssize_t>(sizeof mark) &&
            std::memcmp(mark, ownMark, sizeof mark) == 0;
 }
 
@@ -253,16 +253,22 @@ std::pair<Lookup, SemaphoreObject*> lookUp(const std::string& path)
 // empty descriptor on failure.
 Descriptor makeNameless(int count, int maximum)
 {
-    Descriptor file(open(directory, O_TMPFILE | O_RDWR | O_CLOEXEC, fileMode));
+    Descriptor file(uninterrupted(
+        [] { return open(directory, O_TMPFILE | O_RDWR | O_CLOEXEC, fileMode); }));
     SharedSemaphore image{};
     std::memcpy(image.mark, ownMark, sizeof ownMark);
     image.maximum = maximum;
+    const auto setMode = [&] {
+        return fchmod(file.get(), fileMode);
+    };
+    const auto writeImage = [&] {
+        return pwrite(file.get(), &image, sizeof image, 0);
+    };
     // The mode again: the one given to open is cut by the process's mask. Written,
     // not mapped: on a full file system a write fails, a touched page kills.
-    if (!file || fchmod(file.get(), fileMode) != 0 ||
+    if (!file || uninterrupted(setMode) != 0 ||
         sem_init(&image.semaphore, 1, static_cast<unsigned int>(count)) != 0 ||
-        pwrite(file.get(), &image, sizeof image, 0) !=
-            static_cast<ssize_t>(sizeof image) ||
+        uninterrupted(writeImage) != static_cast<ssize_t>(sizeof image) ||
         !setLock(file, livenessByte, F_RDLCK, false))
         return Descriptor(-1);
     return file;

@@ -1,6 +1,7 @@
 #include "platform/process.h"
 
 #include "platform/posix/semaphore_names.h"
+#include "platform/posix/uninterrupted.h"
 
 #include <csignal>
 #include <cstdio>
@@ -14,8 +15,10 @@ void prepareProcess()
     // A stream is opened the wrong way round, so that its use fails.
     for (int descriptor = 0; descriptor <= 2; ++descriptor)
         if (fcntl(descriptor, F_GETFD) == -1)
-            static_cast<void>(descriptor == 0 ? open("/dev/null", O_WRONLY)
-                                              : open("/dev/null", O_RDONLY));
+            static_cast<void>(uninterrupted([descriptor] {
+                return descriptor == 0 ? open("/dev/null", O_WRONLY)
+                                       : open("/dev/null", O_RDONLY);
+            }));
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
     // The library's own handler writes to standard error.

@@ -207,15 +207,15 @@ Ending runFaulty(const Run& run, const Fault& fault,
 
 // The errors that a call may meet. 0: less is transferred than was asked for.
 const std::map<std::string, std::vector<int>> errors{
-    {"__vfprintf_chk", {ENOSPC}},
+    {"__vfprintf_chk", {ENOSPC, EINTR}},
     {"close", {EIO, EINTR}},
-    {"closedir", {EBADF}},
-    {"fchmod", {EPERM}},
-    {"fclose", {ENOSPC}},
+    {"closedir", {EBADF, EINTR}},
+    {"fchmod", {EPERM, EINTR}},
+    {"fclose", {ENOSPC, EINTR}},
     {"fcntl", {ENOLCK, EINTR, EAGAIN, EBADF}},
-    {"fflush", {EIO}},
+    {"fflush", {EIO, EINTR}},
     {"fopen", {EACCES, EMFILE, EINTR}},
-    {"fread", {EIO}},
+    {"fread", {EIO, EINTR}},
     {"fstat", {EIO}},
     {"fstatat", {ENOENT}},
     {"fwrite", {EIO}},
@@ -224,25 +224,28 @@ const std::map<std::string, std::vector<int>> errors{
     {"mmap", {ENOMEM}},
     {"munmap", {EINVAL}},
     {"nanosleep", {EINTR}},
-    {"open", {EMFILE, EACCES, ENOENT}},
-    {"opendir", {EMFILE}},
-    {"pread", {EIO}},
+    {"open", {EMFILE, EACCES, ENOENT, EINTR}},
+    {"opendir", {EMFILE, EINTR}},
+    {"pread", {EIO, EINTR}},
     {"pthread_create", {EAGAIN}},
-    {"pwrite", {ENOSPC, 0}},
-    {"read", {EIO}},
+    {"pwrite", {ENOSPC, 0, EINTR}},
+    {"read", {EIO, EINTR}},
     {"readdir", {EBADF}},
     {"sem_clockwait", {EINTR, ETIMEDOUT, EINVAL}},
     {"sem_getvalue", {EINVAL}},
     {"sem_init", {ENOSPC}},
     {"sem_post", {EOVERFLOW}},
     {"unlink", {EACCES}},
-    {"vfprintf", {ENOSPC}},
+    {"vfprintf", {ENOSPC, EINTR}},
 };
 
 // How a run of a search may end after this one call failed.
 Outcomes allowedAfter(const std::string& function, int error)
 {
     using enum Outcome;
+    // What the stream cannot read is missing, whatever the reason.
+    if (function == "fread")
+        return {none};
     // Signals interrupt a call and waits are in slices; neither changes what comes of it.
     if (error == EINTR || error == ETIMEDOUT)
         return {result};
@@ -256,8 +259,7 @@ Outcomes allowedAfter(const std::string& function, int error)
     if (function == "linkat")
         return {error == EEXIST ? result : none};
     // No semaphore, no search: nobody could stop it. Nor one without its base.
-    if (function == "fchmod" || function == "pwrite" || function == "sem_init" ||
-        function == "fread")
+    if (function == "fchmod" || function == "pwrite" || function == "sem_init")
         return {none};
     // The worker may be faster than the watcher that could not wait.
     if (function == "sem_clockwait")
