@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <unistd.h>
 
 namespace
 {
@@ -10,6 +9,7 @@ namespace
 FaultReport ownReport{};
 Fault armedFault;
 thread_local int harnessDepth = 0;
+thread_local int threadNumber = 0;
 
 } // namespace
 
@@ -21,7 +21,9 @@ void armFault(const Fault& fault)
     faultReport->met = 0;
     faultReport->struck = false;
     faultReport->function[0] = '\0';
-    faultReport->mainThread = false;
+    faultReport->thread = 0;
+    faultReport->foreignFrees = 0;
+    faultReport->secretFrees = 0;
     faultReport->throwing = false;
     faultReport->armed = true;
 }
@@ -55,7 +57,7 @@ bool strikes(FaultKind kind, const char* function, bool late)
         std::min(std::strlen(function), sizeof faultReport->function - 1);
     std::copy_n(function, length, faultReport->function);
     faultReport->function[length] = '\0';
-    faultReport->mainThread = gettid() == getpid();
+    faultReport->thread = threadNumber;
     faultReport->struck = true;
     return true;
 }
@@ -63,6 +65,11 @@ bool strikes(FaultKind kind, const char* function, bool late)
 void noteThrowing()
 {
     faultReport->throwing = true;
+}
+
+void enterThread(int number)
+{
+    threadNumber = number;
 }
 
 int faultError()

@@ -28,9 +28,11 @@ struct FaultReport {
     std::atomic<int> met;     // calls counted
     std::atomic<bool> struck; // whether one failed
     char function[32];        // which
-    bool mainThread;          // where: in the thread that the process began with
+    int thread;               // where: 0 for the process's own, then as they start
     bool throwing;            // a failed allocation that has to throw
     std::atomic<bool> armed;
+    std::atomic<int> foreignFrees; // blocks given back twice, or never given out
+    std::atomic<int> secretFrees;  // blocks given back with secret bytes in them
 };
 
 // The report that is written, of this process only by default.
@@ -57,6 +59,9 @@ bool strikes(FaultKind kind, const char* function, bool late = false);
 
 // For allocations that throw: notes that the fault which just struck has to.
 void noteThrowing();
+
+// Tells the calling thread which one it is.
+void enterThread(int number);
 
 // The armed fault's errno.
 int faultError();

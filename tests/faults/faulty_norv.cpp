@@ -1,19 +1,26 @@
 // The program, with a fault that its environment describes:
 //   NORV_FAULT         KIND NUMBER ERROR LATE FUNCTION ("-": any)
 //   NORV_FAULT_REPORT  the file that the report is written to
+//   NORV_FAULT_SECRET  hex digits: as text and as a number they must not be in any
+//                      block of memory that is given back
 // and with an end of its own when it takes too long.
 #include "tests/faults/faulty_norv.h"
 #include "app/driver.h"
 #include "platform/process.h"
 #include "tests/faults/fault.h"
+#include "tests/faults/memory.h"
 
+#include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sstream>
+#include <string>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -44,16 +51,37 @@ bool shareReport()
     return true;
 }
 
+void watchFor(const char* digits)
+{
+    if (!digits || !*digits)
+        return;
+    const std::string text(digits);
+    addSecret(std::vector<std::uint8_t>(text.begin(), text.end()));
+    addSecretText(std::wstring(text.begin(), text.end()));
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t i = 0; i + 2 <= text.size(); i += 2)
+        bytes.push_back(
+            static_cast<std::uint8_t>(std::stoi(text.substr(i, 2), nullptr, 16)));
+    addSecret(bytes);
+    std::reverse(bytes.begin(), bytes.end());
+    addSecret(bytes);
+    watchForSecrets(true);
+}
+
 } // namespace
 
 int main()
 {
     const rlimit noDump{0, 0};
     setrlimit(RLIMIT_CORE, &noDump);
+    // What the program must never do is none of its abnormal ends.
+    for (const int fault : {SIGBUS, SIGFPE, SIGILL, SIGSEGV})
+        static_cast<void>(std::signal(fault, [](int) { _exit(brokenExitCode); }));
     static_cast<void>(std::signal(SIGALRM, [](int) { _exit(hungExitCode); }));
     alarm(hungSeconds);
-    if (!shareReport())
+    if (!shareReport() || !seesLibraryMemory())
         return unsetExitCode;
+    watchFor(std::getenv("NORV_FAULT_SECRET"));
 
     armFault(describedFault());
     prepareProcess();

@@ -54,17 +54,50 @@ struct Block {
 using Blocks = std::unordered_map<void*, Block, std::hash<void*>, std::equal_to<>,
                                   PlainAllocator<std::pair<void* const, Block>>>;
 
-// Words of eight bytes, with a quick answer for those that are not in the set.
+constexpr std::size_t characters = 8;
+
+// A stretch of eight bytes, or of so many characters of wide text.
+struct Stretch {
+    std::array<std::uint8_t, characters * sizeof(wchar_t)> bytes;
+    std::size_t size;
+
+    bool begins(const std::uint8_t* at, std::size_t left) const
+    {
+        return size <= left && std::memcmp(bytes.data(), at, size) == 0;
+    }
+};
+
+// With a quick answer for what is no beginning of any stretch in the set.
 struct Secrets {
-    std::array<std::uint64_t, 4096> words{};
+    std::array<Stretch, 8192> stretches{};
     std::size_t count = 0;
-    std::bitset<65536> lowHalves;
+    std::bitset<65536> beginnings;
     bool watched = false;
 
-    bool contain(std::uint64_t word) const
+    bool contain(const std::uint8_t* at, std::size_t left) const
     {
-        return lowHalves[word & 0xFFFF] && std::find(words.begin(), words.begin() + count,
-                                                     word) != words.begin() + count;
+        return left >= characters && beginnings[beginningOf(at)] &&
+               std::any_of(
+                   stretches.begin(), stretches.begin() + count,
+                   [&](const Stretch& stretch) { return stretch.begins(at, left); });
+    }
+
+    void add(const void* secret, std::size_t size)
+    {
+        const auto* bytes = static_cast<const std::uint8_t*>(secret);
+        if (contain(bytes, size))
+            return;
+        if (count == stretches.size())
+            std::abort(); // watched no longer, and nobody would know
+        std::memcpy(stretches[count].bytes.data(), bytes, size);
+        stretches[count++].size = size;
+        beginnings.set(beginningOf(bytes));
+    }
+
+    // Of wide text the first character's first byte says little: two characters do.
+    static std::size_t beginningOf(const std::uint8_t* at)
+    {
+        return at[0] | std::size_t{at[4]} << 8;
     }
 };
 
@@ -84,18 +117,11 @@ Watch& watch()
     return *only;
 }
 
-std::uint64_t wordAt(const std::uint8_t* bytes)
-{
-    std::uint64_t word = 0;
-    std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
-
 bool holdsSecret(const Secrets& secrets, const void* block, std::size_t size)
 {
     const auto* bytes = static_cast<const std::uint8_t*>(block);
-    for (std::size_t i = 0; i + sizeof(std::uint64_t) <= size; ++i)
-        if (secrets.contain(wordAt(bytes + i)))
+    for (std::size_t i = 0; i < size; ++i)
+        if (secrets.contain(bytes + i, size - i))
             return true;
     return false;
 }
@@ -116,11 +142,13 @@ bool noteRelease(void* block, bool crypto)
     const auto found = watched.blocks.find(block);
     if (found == watched.blocks.end() || found->second.crypto != crypto) {
         ++watched.errors.foreignFrees;
+        ++faultReport->foreignFrees;
         return false;
     }
     const std::size_t size = found->second.size;
     if (watched.secrets.watched && holdsSecret(watched.secrets, block, size)) {
         ++watched.errors.secretFrees;
+        ++faultReport->secretFrees;
         watched.errors.secretBlockSize = size;
     }
     watched.blocks.erase(found);
@@ -177,7 +205,7 @@ void* resizeForLibrary(void* block, std::size_t size, const char* /*file*/, int 
 }
 
 // The library accepts this only before its first allocation.
-[[maybe_unused]] const int installed =
+const int installed =
     CRYPTO_set_mem_functions(takeForLibrary, resizeForLibrary, giveBackFromLibrary);
 
 void* takeOrNull(std::size_t size)
@@ -257,6 +285,11 @@ LiveBlocks liveBlocks()
     return watched.live;
 }
 
+bool seesLibraryMemory()
+{
+    return installed == 1;
+}
+
 void settleLibraryMemory()
 {
     armFault({FaultKind::libraryMemory, {}, 1});
@@ -269,14 +302,16 @@ void addSecret(std::span<const std::uint8_t> bytes)
 {
     Watch& watched = watch();
     const std::lock_guard guard(watched.mutex);
-    Secrets& secrets = watched.secrets;
-    for (std::size_t i = 0; i + sizeof(std::uint64_t) <= bytes.size(); ++i) {
-        const std::uint64_t word = wordAt(bytes.data() + i);
-        if (secrets.contain(word) || secrets.count == secrets.words.size())
-            continue;
-        secrets.words[secrets.count++] = word;
-        secrets.lowHalves.set(word & 0xFFFF);
-    }
+    for (std::size_t i = 0; i + characters <= bytes.size(); ++i)
+        watched.secrets.add(bytes.data() + i, characters);
+}
+
+void addSecretText(std::wstring_view text)
+{
+    Watch& watched = watch();
+    const std::lock_guard guard(watched.mutex);
+    for (std::size_t i = 0; i + characters <= text.size(); ++i)
+        watched.secrets.add(text.data() + i, characters * sizeof(wchar_t));
 }
 
 void forgetSecrets()
@@ -284,7 +319,7 @@ void forgetSecrets()
     Watch& watched = watch();
     const std::lock_guard guard(watched.mutex);
     watched.secrets.count = 0;
-    watched.secrets.lowHalves.reset();
+    watched.secrets.beginnings.reset();
 }
 
 void watchForSecrets(bool watched)

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 struct LiveBlocks {
     long own;    // operator new
@@ -18,17 +19,22 @@ struct LiveBlocks {
 // entries hold some.
 LiveBlocks liveBlocks();
 
+// Whether the library's allocations are seen at all.
+bool seesLibraryMemory();
+
 // Lets the library allocate what it allocates once, at its first error, and keeps.
 void settleLibraryMemory();
 
-// What is secret: every stretch of eight bytes in `bytes`. Adds to what is so far.
+// What is secret: every stretch of eight bytes in `bytes`, of eight characters in
+// `text`. Adds to what is so far.
 void addSecret(std::span<const std::uint8_t> bytes);
+void addSecretText(std::wstring_view text);
 void forgetSecrets();
 
 // Whether blocks are searched for secret bytes when they are given back.
 void watchForSecrets(bool watched);
 
-// What went wrong since the last call.
+// What went wrong since the last call. The report of the fault counts it as well.
 struct MemoryErrors {
     int foreignFrees;            // given back twice, or never given out
     int secretFrees;             // given back with secret bytes in them

@@ -276,6 +276,9 @@ enum class Effect { ends, rejects, any };
 // What a search makes of a failed call that has one place in it.
 Effect effectOf(const Scenario& scenario, const Fault& fault)
 {
+    // The first is the table of residues.
+    if (fault.kind == FaultKind::ownMemory && fault.number == 1)
+        return Effect::ends;
     if (fault.kind != FaultKind::libraryCall)
         return Effect::any;
     for (const char* name : {"BN_MONT_CTX_new", "BN_MONT_CTX_set", "BN_mod_exp_mont",
@@ -536,12 +539,16 @@ void failInWorker(bool safe)
         forgetSecrets();
         noPrompt = 1;
         setBase(lock, base.get(), bits);
+        for (const std::string& secret : target.primes)
+            addSecretNumber(fromHex(secret).get());
         const LiveBlocks before = liveBlocks();
 
+        watchForSecrets(true);
         armFault(fault);
         const std::int32_t ended =
             searchWorker(lock, callback.get(), L"x", safe ? modeSafe : 0);
         disarmFault();
+        watchForSecrets(false);
         const LiveBlocks after = liveBlocks();
         const BigNumber published(resultPrime.exchange(nullptr));
         sharedBase = nullptr;
@@ -658,5 +665,5 @@ int main(int argc, char** argv)
         failInSearches(safe);
     }
     checkAllFailed();
-    return tally.finish("searches");
+    return tally.finish("searches", kinds);
 }

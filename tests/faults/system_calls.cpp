@@ -10,6 +10,7 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <new>
 #include <pthread.h>
 #include <semaphore.h>
 #include <sys/mman.h>
@@ -91,7 +92,7 @@ std::size_t wrapped_fwrite(const void* block, std::size_t size, std::size_t coun
 
 int wrapped_open(const char* path, int flags, ...)
 {
-    if (fails("open"))
+    if (fails((flags & O_APPEND) != 0 ? "open-append" : "open"))
         return -1;
     if ((flags & (O_CREAT | O_TMPFILE)) == 0)
         return real_open(path, flags);
@@ -102,12 +103,31 @@ int wrapped_open(const char* path, int flags, ...)
     return real_open(path, flags, mode);
 }
 
+struct ThreadStart {
+    int number;
+    void* (*procedure)(void*);
+    void* argument;
+};
+
+void* startNumbered(void* memory)
+{
+    const ThreadStart start = *static_cast<ThreadStart*>(memory);
+    std::free(memory);
+    enterThread(start.number);
+    return start.procedure(start.argument);
+}
+
 int wrapped_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                            void* (*procedure)(void*), void* argument)
 {
-    return fails("pthread_create")
-               ? faultError()
-               : real_pthread_create(thread, attributes, procedure, argument);
+    static int threads = 0; // one thread alone starts the others
+    if (fails("pthread_create"))
+        return faultError();
+    void* start = std::malloc(sizeof(ThreadStart));
+    if (!start)
+        return EAGAIN;
+    new (start) ThreadStart{++threads, procedure, argument};
+    return real_pthread_create(thread, attributes, startNumbered, start);
 }
 
 ssize_t wrapped_pwrite(int file, const void* block, std::size_t size, off_t offset)

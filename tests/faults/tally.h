@@ -5,6 +5,7 @@
 
 #include <map>
 #include <set>
+#include <span>
 #include <string>
 
 class Tally
@@ -16,8 +17,9 @@ public:
     void complain(const std::string& text);
     void expect(bool holds, const std::string& text);
 
-    // Prints the figures. Returns the exit code of the program.
-    int finish(const std::string& program) const;
+    // Prints the figures. Returns the exit code of the program, which fails also when
+    // no fault of one of the kinds struck.
+    int finish(const std::string& program, std::span<const FaultKind> kinds) const;
 
     bool struckIn(const std::string& function) const;
 
