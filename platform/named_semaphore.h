@@ -13,7 +13,8 @@ using SemaphoreHandle = SemaphoreObject*;
 // one or the rights are missing.
 SemaphoreHandle createNamedSemaphore(const wchar_t* name, int count, int maximum);
 
-// Opens the semaphore of that name, to release it. Null when there is none.
+// Opens the semaphore of that name, to release it: the one that this process holds,
+// where it holds one. Null when there is none.
 SemaphoreHandle openNamedSemaphore(const wchar_t* name);
 
 // Raises the count by one, which lets one waiting thread of any process go on.

@@ -95,6 +95,7 @@ struct SemaphoreObject {
     std::string path;
     SharedSemaphore* shared; // only its semaphore when the file is foreign
     bool own;
+    int holders; // how many handles of this process it stands for
     SemaphoreObject* next;
 };
 
@@ -196,7 +197,7 @@ bool isNamed(const std::string& path, const Descriptor& file)
 SemaphoreObject* makeHandle(Descriptor file, const std::string& path, bool own)
 {
     std::unique_ptr<SemaphoreObject> handle(
-        new SemaphoreObject{std::move(file), path, nullptr, own, firstHandle});
+        new SemaphoreObject{std::move(file), path, nullptr, own, 1, firstHandle});
     void* memory = mmap(nullptr, mappedSize(own), PROT_READ | PROT_WRITE, MAP_SHARED,
                         handle->file.get(), 0);
     if (memory == MAP_FAILED)
@@ -204,6 +205,14 @@ SemaphoreObject* makeHandle(Descriptor file, const std::string& path, bool own)
     handle->shared = static_cast<SharedSemaphore*>(memory);
     firstHandle = handle.release();
     return firstHandle;
+}
+
+SemaphoreObject* findHeld(const std::string& path)
+{
+    SemaphoreObject* handle = firstHandle;
+    while (handle && handle->path != path)
+        handle = handle->next;
+    return handle;
 }
 
 void dropHandle(SemaphoreObject* semaphore)
@@ -357,7 +366,15 @@ SemaphoreHandle openNamedSemaphore(const wchar_t* name)
     try {
         const std::string path = pathOf(name);
         const std::scoped_lock lock(handlesMutex);
-        return path.empty() || ending ? nullptr : lookUp(path).second;
+        if (path.empty() || ending)
+            return nullptr;
+        // What is held exists, also when a foreign hand took its name away meanwhile;
+        // a search that could not release its own semaphore would never end.
+        SemaphoreObject* held = findHeld(path);
+        if (!held)
+            return lookUp(path).second;
+        ++held->holders;
+        return held;
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
@@ -394,6 +411,8 @@ bool waitForSemaphore(SemaphoreHandle semaphore)
 void closeSemaphore(SemaphoreHandle semaphore)
 {
     const std::scoped_lock lock(handlesMutex);
+    if (--semaphore->holders > 0)
+        return;
     giveUpName(*semaphore);
     dropHandle(semaphore);
 }

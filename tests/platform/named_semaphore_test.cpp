@@ -3,6 +3,7 @@
 #include "tests/platform/run_threads.h"
 #include "tests/support/foreign_semaphore.h"
 
+#include <algorithm>
 #include <atomic>
 #include <gtest/gtest.h>
 #include <random>
@@ -41,7 +42,7 @@ protected:
 
     void close(SemaphoreHandle handle)
     {
-        std::erase(handles_, handle);
+        handles_.erase(std::find(handles_.begin(), handles_.end(), handle));
         closeSemaphore(handle);
     }
 

@@ -13,7 +13,9 @@
 #include <random>
 #include <sched.h>
 #include <semaphore.h>
+#include <set>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -145,7 +147,7 @@ TEST_F(PosixNamedSemaphore, LeavesNoDescriptorOpenWhenClosed)
     const int before = dup(0);
     close(before);
     SemaphoreHandle first = create(0, 1);
-    SemaphoreHandle second = open();
+    SemaphoreHandle second = create(0, 1);
     EXPECT_EQ(2, descriptorsOf(path));
     closeSemaphore(first);
     closeSemaphore(second);
@@ -289,15 +291,18 @@ TEST_F(PosixNamedSemaphore, IsNotOpenedByAnotherUser)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only the administrator can become another user";
-    SemaphoreHandle semaphore = create(1, 1);
-    ASSERT_NE(nullptr, semaphore);
-    Child child([this] {
+    const Gate created;
+    Child child([&] {
+        created.pass();
         if (setuid(65534) != 0)
             return 1;
         if (create(0, 1) != nullptr)
             return 2;
         return open() != nullptr ? 3 : 0;
     });
+    SemaphoreHandle semaphore = create(1, 1);
+    ASSERT_NE(nullptr, semaphore);
+    created.open();
     EXPECT_EQ(0, child.wait());
     EXPECT_EQ(1, countForeign(name));
     closeSemaphore(semaphore);
@@ -501,6 +506,52 @@ TEST_F(PosixNamedSemaphore, IsStillUsableWhenAForeignHandTookItsNameAway)
     EXPECT_FALSE(exists(path));
 }
 
+TEST_F(PosixNamedSemaphore, IsOpenedByItsHolderWhenAForeignHandTookItsNameAway)
+{
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    removeForeign(name);
+    SemaphoreHandle opened = open();
+    ASSERT_NE(nullptr, opened);
+    EXPECT_TRUE(releaseSemaphore(opened));
+    closeSemaphore(opened);
+    EXPECT_TRUE(waitForSemaphore(semaphore));
+    closeSemaphore(semaphore);
+    EXPECT_EQ(nullptr, open());
+}
+
+TEST_F(PosixNamedSemaphore, IsOpenedByItsHolderWhenAnotherOneTookItsNameMeanwhile)
+{
+    ASSERT_TRUE(createForeign(name, 0));
+    SemaphoreHandle semaphore = open();
+    ASSERT_NE(nullptr, semaphore);
+    removeForeign(name);
+    ASSERT_TRUE(createForeign(name, 0));
+    SemaphoreHandle opened = open();
+    EXPECT_TRUE(releaseSemaphore(opened));
+    EXPECT_EQ(0, countForeign(name));
+    closeSemaphore(opened);
+    EXPECT_TRUE(waitForSemaphore(semaphore));
+    closeSemaphore(semaphore);
+}
+
+TEST_F(PosixNamedSemaphore, IsOpenedByItsHolderWithoutADescriptor)
+{
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    rlimit former = {};
+    getrlimit(RLIMIT_NOFILE, &former);
+    const rlimit none = {0, former.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    SemaphoreHandle opened = open();
+    setrlimit(RLIMIT_NOFILE, &former);
+    ASSERT_NE(nullptr, opened);
+    closeSemaphore(semaphore);
+    EXPECT_TRUE(exists(path));
+    closeSemaphore(opened);
+    EXPECT_FALSE(exists(path));
+}
+
 TEST_F(PosixNamedSemaphore, CanBeWaitedOnByAForeignProgram)
 {
     SemaphoreHandle semaphore = create(0, 1);
@@ -657,7 +708,8 @@ int shareAtRandom(const std::wstring& name, unsigned int seed)
         }
         if (next)
             held.push_back(next);
-        if (static_cast<int>(held.size()) != descriptorsOf(path) && !held.empty())
+        const std::set<SemaphoreHandle> apart(held.begin(), held.end());
+        if (static_cast<int>(apart.size()) != descriptorsOf(path) && !held.empty())
             return 3;
         if (held.size() > 3 || random() % 3 == 0)
             while (!held.empty()) {
