@@ -3,7 +3,8 @@
 # streams and exit status pass through; build messages go to standard error.
 set -euo pipefail
 
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+unset CDPATH
+root=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
 build() {
     cd "$root"
     tools/install build

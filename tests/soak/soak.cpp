@@ -108,14 +108,16 @@ private:
     // A run killed at any moment of it, now and then with another one of that name.
     void kill(const std::wstring& name)
     {
+        const bool endless = random_.oneIn(2);
         const Job job =
-            random_.oneIn(2) ? endlessJob(random_) : searchingJob(random_, freshFile());
+            endless ? endlessJob(random_) : searchingJob(random_, freshFile());
         Process victim = start(job, name);
         if (random_.oneIn(4)) {
             const Job other = searchingJob(random_, freshFile());
             Process companion = start(other, name);
             killSoon(victim);
-            tally_.count(other, companion.wait(), true);
+            // Only a victim that found its prime may have stopped it.
+            tally_.count(other, companion.wait(), !endless);
         } else {
             killSoon(victim);
         }
