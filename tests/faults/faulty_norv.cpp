@@ -56,12 +56,17 @@ void watchFor(const char* digits)
     if (!digits || !*digits)
         return;
     const std::string text(digits);
-    addSecret(std::vector<std::uint8_t>(text.begin(), text.end()));
-    addSecretText(std::wstring(text.begin(), text.end()));
+    std::string pairs;
     std::vector<std::uint8_t> bytes;
-    for (std::size_t i = 0; i + 2 <= text.size(); i += 2)
-        bytes.push_back(
-            static_cast<std::uint8_t>(std::stoi(text.substr(i, 2), nullptr, 16)));
+    for (std::size_t i = 0; i + 2 <= text.size(); i += 2) {
+        const std::string pair = text.substr(i, 2);
+        pairs += pair + " ";
+        bytes.push_back(static_cast<std::uint8_t>(std::stoi(pair, nullptr, 16)));
+    }
+    for (const std::string& written : {text, pairs}) {
+        addSecret(std::vector<std::uint8_t>(written.begin(), written.end()));
+        addSecretText(std::wstring(written.begin(), written.end()));
+    }
     addSecret(bytes);
     std::reverse(bytes.begin(), bytes.end());
     addSecret(bytes);

@@ -403,8 +403,18 @@ TEST_F(PosixNamedSemaphore, IsNotMadeWhereAnotherUsersAbandonedOneMayNotBeRemove
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only the administrator can become another user";
-    createAndDie(3);
+    // Owned by somebody else before it is abandoned: its owner's other runs remove it.
+    const Gate ready;
+    Child child([&] {
+        create(3, 5);
+        ready.open();
+        pause();
+        return 0;
+    });
+    ready.pass();
+    ASSERT_EQ(0, chown(path.c_str(), 1, 1));
     ASSERT_EQ(0, chmod(path.c_str(), 0666));
+    child.killAndWait();
     ASSERT_EQ(0, seteuid(65534));
     const SemaphoreHandle created = create(0, 1);
     const SemaphoreHandle opened = open();
