@@ -24,6 +24,7 @@
 #include <functional>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -307,16 +308,24 @@ void failSystemCalls(
             }
 }
 
-// What a run that was killed leaves in its semaphore's file.
-std::string makeDeadSemaphore(const Workplace& place)
+// A run that holds the semaphore and waits for its stop.
+std::unique_ptr<Process> startHolder(const Workplace& place)
 {
-    Process process(NORV_PROGRAM, {"-stopSemaphoreName", place.semaphore, "-base", "80",
-                                   "-threads", "0", "-noPrompt"});
+    auto holder = std::make_unique<Process>(
+        NORV_PROGRAM, Arguments{"-stopSemaphoreName", place.semaphore, "-base", "80",
+                                "-threads", "0", "-noPrompt"});
     const auto end = std::chrono::steady_clock::now() + Process::timeLimit;
     while (!fs::exists(place.named()) && std::chrono::steady_clock::now() < end)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    process.kill();
-    process.wait();
+    return holder;
+}
+
+// What a run that was killed leaves in its semaphore's file.
+std::string makeDeadSemaphore(const Workplace& place)
+{
+    const auto holder = startHolder(place);
+    holder->kill();
+    holder->wait();
     std::string image = contentOf(place.named());
     if (image.empty())
         throw std::runtime_error("no abandoned semaphore");
@@ -378,6 +387,24 @@ void failWithForeignSemaphore(const Workplace& place)
     removeForeign(name);
 }
 
+// The same with the semaphore of another run, which the first release stops.
+void failWithSharedSemaphore(const Workplace& place)
+{
+    const Run run{"shared semaphore",
+                  {"-threads", "1", "-base", "8001C0DE", "-noPrompt",
+                   "-stopSemaphoreName", place.semaphore}};
+    std::unique_ptr<Process> holder;
+    const auto prepare = [&] {
+        holder = startHolder(place);
+    };
+    const auto check = [&](const Fault&) {
+        holder->kill();
+        holder->wait();
+    };
+    failSystemCalls(run, {"close", "fcntl", "fstat", "lstat", "mmap", "open", "pread"},
+                    prepare, check);
+}
+
 // A mark that fails is lost, and nothing else.
 void failMarks(const Workplace& place)
 {
@@ -393,16 +420,14 @@ void failMarks(const Workplace& place)
     const std::size_t all = contentOf(place.marks()).size();
     tally.expect(all > 64, "marks");
     const auto check = [&](const Fault& fault) {
-        const bool triedAgain =
-            fault.function == "open-append" && fault.error == EINTR;
+        const bool triedAgain = fault.function == "open-append" && fault.error == EINTR;
         const bool lost = faultReport->struck && faultReport->thread != 0 &&
                           fault.function != "fclose" && !triedAgain;
         tally.expect(contentOf(place.marks()).size() == (lost ? all - 1 : all), "marks");
     };
-    failSystemCalls(run,
-                    {"fclose", "vfprintf", "__vfprintf_chk", "fdopen", "open-append"},
-                    prepare, check,
-                    [](const std::string&, int) { return Outcomes{Outcome::result}; });
+    failSystemCalls(
+        run, {"fclose", "vfprintf", "__vfprintf_chk", "fdopen", "open-append"}, prepare,
+        check, [](const std::string&, int) { return Outcomes{Outcome::result}; });
 }
 
 // The base from standard input, the marks and the result on standard output.
@@ -704,6 +729,7 @@ int failEverything(bool knownBuild)
     removeMarks(place);
     failAroundTheSemaphore(place);
     failWithForeignSemaphore(place);
+    failWithSharedSemaphore(place);
     failMarks(place);
     failStreams(place);
     failWithTooManyThreads(place);
