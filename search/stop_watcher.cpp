@@ -11,13 +11,16 @@ std::uint32_t stopWatcherThreadProc(void* context)
     SemaphoreHandle semaphore = nullptr;
     if (search->semaphoreName)
         semaphore = createNamedSemaphore(search->semaphoreName, 0, 1);
+    // Before any worker starts: a search that nobody can stop must not.
+    StopFlag& stopFlag = stopFlagOf(search->callback);
+    if (!semaphore)
+        stopFlag = 1;
     stopWatcherReady = 1;
-    if (semaphore)
+    if (semaphore) {
         waitForSemaphore(semaphore);
-    // Also when nothing could be waited on: a search that nobody can stop must
-    // not start.
-    stopFlagOf(search->callback) = 1;
-    if (semaphore)
+        // Also when it could not be waited on.
+        stopFlag = 1;
         closeSemaphore(semaphore);
+    }
     return 0;
 }

@@ -2,6 +2,7 @@
 
 #include "search/search_state.h"
 #include "tests/fakes/named_semaphore.h"
+#include "tests/platform/run_threads.h"
 #include "tests/search/search_fixture.h"
 
 #include <gtest/gtest.h>
@@ -91,6 +92,32 @@ TEST_F(StopWatcher, SetsTheFlagAtOnceWhenItGetsNoSemaphore)
     EXPECT_EQ(1, stopFlag);
     EXPECT_EQ(1, stopWatcherReady);
     EXPECT_EQ(Calls{"create stop 0 1"}, fakeSemaphore.calls);
+}
+
+TEST_F(StopWatcher, LetsNobodySeeItReadyBeforeTheFlagWhenItGetsNoSemaphore)
+{
+    fakeSemaphore.canCreate = false;
+    // What whoever waits for the watcher sees of the flag at once.
+    struct Look {
+        const StopFlag& flag;
+        int seen;
+    };
+    const ThreadProc look = [](void* argument) {
+        auto* one = static_cast<Look*>(argument);
+        while (stopWatcherReady == 0) {
+        }
+        one->seen = one->flag;
+        return 0U;
+    };
+    for (int i = 0; i < 10'000; ++i) {
+        stopWatcherReady = 0;
+        stopFlag = 0;
+        Look one{stopFlag, -1};
+        const auto looking = startThreads(1, look, &one);
+        watch(L"stop");
+        joinThreads(looking);
+        ASSERT_EQ(1, one.seen);
+    }
 }
 
 } // namespace

@@ -1,12 +1,21 @@
-// Runs whose semaphore's name a foreign hand takes away.
+// What becomes of a run whose semaphore cannot be made, or loses its name.
 #include "tests/end_to_end/run.h"
 
 namespace
 {
 
-using RemovedName = EndToEnd;
+using Semaphore = EndToEnd;
 
-TEST_F(RemovedName, DoesNotKeepARunFromItsEnd)
+TEST_F(Semaphore, WithASlashInItsNameStopsTheSearchBeforeItStarts)
+{
+    // So small a prime would be found in no time.
+    for (int i = 0; i < 20; ++i)
+        expectEnding(-1, "",
+                     run({"-noPrompt", "-threads", "8", "-base", "0A1B",
+                          "-stopSemaphoreName", "a/b"}));
+}
+
+TEST_F(Semaphore, WhoseNameIsRemovedDoesNotKeepARunFromItsEnd)
 {
     constexpr int bits = 512;
     for (const char digit : {'1', '7', 'C'}) {
