@@ -173,7 +173,7 @@ bool isRegularOf(const Descriptor& file, off_t smallest)
 
 bool isOwn(const Descriptor& file)
 {
-    char mark[sizeof ownMark];
+    char mark[sizeof ownMark] = {};
     const auto readMark = [&] {
         return pread(file.get(), mark, sizeof mark, offsetof(SharedSemaphore, mark));
     };
