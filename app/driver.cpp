@@ -6,7 +6,6 @@
 #include "app/result_output.h"
 #include "platform/clock.h"
 #include "platform/command_line.h"
-#include "platform/critical_section.h"
 #include "platform/process.h"
 #include "platform/text.h"
 #include "platform/thread.h"
@@ -26,7 +25,6 @@
 #include <memory>
 #include <new>
 #include <openssl/crypto.h>
-#include <vector>
 
 namespace
 {
@@ -147,19 +145,6 @@ OwnedCallback makeCallback(StopFlag& stopFlag)
     return callback;
 }
 
-// Held until all workers are there, and entered by each before it starts: the
-// thread that makes them would else compete with those it has made. It stays held
-// when they cannot be waited for, since the run then ends before they could find
-// anything.
-CriticalSection workersGate;
-
-std::uint32_t startWorker(void* context)
-{
-    enterCriticalSection(workersGate);
-    leaveCriticalSection(workersGate);
-    return workerThreadProc(context);
-}
-
 struct ThreadsEnd {
     std::int32_t exitCode; // of a run without a result
     bool allEnded;         // false: they could not be waited for
@@ -173,23 +158,26 @@ ThreadsEnd runThreads(SearchContext& context, std::int32_t threadCount)
     if (threadCount < -1)
         throw std::bad_array_new_length();
 
-    std::vector<ThreadHandle> handles{createThread(stopWatcherThreadProc, &context)};
+    // Room for the stop watcher also where no handle is waited for. Not cleared:
+    // clearing would claim the memory of a billion handles that are never made.
+    const auto wanted = static_cast<std::size_t>(std::int64_t{threadCount} + 1);
+    const std::unique_ptr<ThreadHandle[]> handles(
+        new ThreadHandle[std::max<std::size_t>(wanted, 1)]);
+
+    handles[0] = createThread(stopWatcherThreadProc, &context);
     if (handles[0])
         giveWayTo(stopWatcherReady);
-    initializeCriticalSection(workersGate);
-    enterCriticalSection(workersGate);
-    // After one thread that cannot be made the run is lost: make no more.
-    for (std::int32_t i = 0; i < threadCount && handles.back(); ++i)
-        handles.push_back(createThread(startWorker, &context));
-    if (handles.back() && handles.size() <= maxWaitHandles)
-        leaveCriticalSection(workersGate);
+    // After one thread that cannot be made, the wait fails and the exit code stands:
+    // more attempts would only put off the end.
+    std::size_t made = 1;
+    while (made < wanted && handles[made - 1])
+        handles[made++] = createThread(workerThreadProc, &context);
 
-    const std::size_t waited = threadCount == -1 ? 0 : handles.size();
-    ThreadsEnd end{exitNoResult,
-                   waitForThreads(handles.data(), static_cast<int>(waited))};
-    for (ThreadHandle handle : handles) {
-        if (handle)
-            closeThread(handle);
+    const auto waited = static_cast<int>(std::min(wanted, made));
+    ThreadsEnd end{exitNoResult, waitForThreads(handles.get(), waited)};
+    for (std::size_t i = 0; i < made; ++i) {
+        if (handles[i])
+            closeThread(handles[i]);
         else
             end.exitCode = exitNotStarted;
     }

@@ -56,18 +56,20 @@ public:
             complain("result", arguments, ending);
     }
 
-    // A run that cannot wait for its threads.
-    void tooManyThreads(int threads)
+    // A run that cannot wait for its threads. A tiny job may well be done by then.
+    void tooManyThreads(int threads, int bits)
     {
-        constexpr int bits = 2048;
         const Arguments arguments{"-noPrompt", "-threads", std::to_string(threads),
-                                  "-base", std::string(bits / 4, 'F')};
+                                  "-base",
+                                  std::string(static_cast<std::size_t>(bits) / 4, 'F')};
         const Ending ending = run(arguments);
         ++unwaited_;
         const bool foundNone =
             ending.exitCode == seenExitCode(-1) && ending.output.empty();
+        const std::string digits = digitsOf(ending.output);
         const bool foundOne = ending.exitCode == exitCodeFor(bits) &&
-                              isPrime(digitsOf(ending.output), false);
+                              isPrime(digits, false) && bitsOf(digits) == bits;
+        unwaitedResults_ += foundOne ? 1 : 0;
         if (!foundNone && !foundOne)
             complain("end", arguments, ending);
     }
@@ -91,7 +93,8 @@ public:
     {
         return std::to_string(searches_) + " searches (" + std::to_string(safeSearches_) +
                " for safe primes), " + std::to_string(unwaited_) +
-               " runs of too many threads, " + std::to_string(failures_) + " failures";
+               " runs of too many threads (" + std::to_string(unwaitedResults_) +
+               " with a result), " + std::to_string(failures_) + " failures";
     }
 
 private:
@@ -174,6 +177,7 @@ private:
     int searches_ = 0;
     int safeSearches_ = 0;
     int unwaited_ = 0;
+    int unwaitedResults_ = 0;
     int failures_ = 0;
 };
 
@@ -192,10 +196,14 @@ int main(int argc, char** argv)
     Stress stress(seed);
     for (int i = 0; i < runs; ++i)
         stress.search();
-    constexpr int runsOfEach = 200;
-    for (int i = 0; i < runsOfEach; ++i)
-        for (const int threads : {64, 100, 1000})
-            stress.tooManyThreads(threads);
+    constexpr int largeRuns = 200;
+    constexpr int tinyRuns = 100;
+    for (const int threads : {64, 100, 1000}) {
+        for (int i = 0; i < largeRuns; ++i)
+            stress.tooManyThreads(threads, 2048);
+        for (int i = 0; i < tinyRuns; ++i)
+            stress.tooManyThreads(threads, 16);
+    }
     stress.checkSemaphores();
 
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(
