@@ -60,14 +60,13 @@ DECLARE(pthread_create, int,
 DECLARE(pwrite, ssize_t, (int file, const void* block, std::size_t size, off_t offset))
 DECLARE(readdir, dirent*, (DIR * folder))
 
-// A lock that is waited for never finds itself refused, and only such a wait is
-// interrupted. Giving a lock up whole cannot fail: it needs nothing of the system.
+// No lock is waited for, so that no signal interrupts one; only taking one can find it
+// taken. Giving a lock up whole cannot fail: it needs nothing of the system.
 bool lockMayFail(int command, const struct flock& lock)
 {
     if (lock.l_type == F_UNLCK || faultError() == EBADF)
         return false;
-    const bool waits = command == F_OFD_SETLKW;
-    return faultError() == EINTR ? waits : faultError() != EAGAIN || !waits;
+    return faultError() != EAGAIN || command == F_OFD_SETLK;
 }
 
 int wrapped_fcntl(int file, int command, ...)
@@ -145,7 +144,7 @@ dirent* wrapped_readdir(DIR* folder)
         return nullptr;
     const char* mine = std::getenv("NORV_FAULT_NAMES");
     dirent* entry = real_readdir(folder);
-    while (entry && mine && std::strncmp(entry->d_name, mine, std::strlen(mine)) != 0)
+    while (entry && mine && !std::strstr(entry->d_name, mine))
         entry = real_readdir(folder);
     return entry;
 }

@@ -2,6 +2,7 @@
 // and disturbed by a foreign program. For what happens once in ten thousand runs.
 //
 //   norv_soak [SECONDS [SEED]]
+#include "tests/platform/posix/semaphore_locks.h"
 #include "tests/platform/temporary_folder.h"
 #include "tests/soak/group.h"
 #include "tests/soak/job.h"
@@ -59,9 +60,12 @@ public:
         search(name);
     }
 
-    // Names that killed runs left must be gone after any later run.
+    // Names that killed runs left must be gone after any run a minute later.
     void checkNames()
     {
+        for (const std::wstring& name : names_)
+            if (existsForeign(name))
+                makeOld(semaphoreFilePath(name));
         search(freshName());
         for (const std::wstring& name : names_)
             if (existsForeign(name))

@@ -4,6 +4,7 @@
 #include "tests/support/foreign_semaphore.h"
 
 #include <memory>
+#include <semaphore.h>
 #include <thread>
 #include <unistd.h>
 
@@ -41,28 +42,36 @@ public:
         tally_.count(waiting, root->wait(), true);
     }
 
-    // Root may use nobody's, and shares it: each stop ends one of them.
+    // Root may use nobody's as it is: each stop ends one of them. When nobody's run is
+    // the first, the name goes with it, and only who has the semaphore open reaches
+    // root's.
     void nobodyFirst()
     {
         const Job waiting = waitingJob();
         const Owned nobody = start(waiting, true);
         awaitName();
+        sem_t* opened =
+            sem_open(("/" + std::string(name_.begin(), name_.end())).c_str(), 0);
         const Job sharing = waitingJob();
         const Owned root = start(sharing, false);
         const auto end = std::chrono::steady_clock::now() + Process::timeLimit;
         while ((nobody->isRunning() || root->isRunning()) &&
                std::chrono::steady_clock::now() < end) {
+            if (opened != SEM_FAILED)
+                sem_post(opened);
             postForeign(name_);
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
+        if (opened != SEM_FAILED)
+            sem_close(opened);
         tally_.count(waiting, endNow(*nobody), true);
         tally_.count(sharing, endNow(*root), true);
         if (existsForeign(name_))
             tally_.countName(name_, "left behind by two users");
     }
 
-    // What nobody left behind is no obstacle to root. What root left behind stops
-    // nobody at once, and is gone after root's next run.
+    // What nobody left behind is no obstacle to root, and gone after nobody's next run.
+    // What root left behind stops nobody at once.
     void killedFirst(bool asNobody)
     {
         const Owned victim = start(waitingJob(), asNobody);
@@ -72,6 +81,12 @@ public:
         const Job next =
             asNobody ? searchingJob(random_, folder_ / "marks") : waitingJob();
         tally_.count(next, start(next, !asNobody)->wait(), !asNobody);
+        if (!asNobody)
+            return;
+        const Job last = searchingJob(random_, folder_ / "nobodys_marks");
+        tally_.count(last, start(last, true)->wait(), false);
+        if (existsForeign(name_))
+            tally_.countName(name_, "left behind by nobody");
     }
 
 private:

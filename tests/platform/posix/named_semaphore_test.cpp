@@ -3,10 +3,13 @@
 #include "platform/named_semaphore.h"
 
 #include "tests/platform/posix/child.h"
+#include "tests/platform/posix/semaphore_locks.h"
+#include "tests/platform/temporary_folder.h"
 #include "tests/support/foreign_semaphore.h"
 
 #include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
@@ -17,6 +20,7 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 
@@ -61,7 +65,44 @@ int descriptorsOf(const std::string& path)
     return found;
 }
 
+bool isAsleep(pid_t process)
+{
+    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+    std::string number;
+    std::string name;
+    char state = 0;
+    return file >> number >> name >> state && state == 'S';
+}
+
 using Children = std::vector<std::unique_ptr<Child>>;
+
+// The semaphore as a program has it that is not one of ours.
+class ForeignHandle
+{
+public:
+    explicit ForeignHandle(const std::wstring& name)
+        : semaphore_(sem_open(std::string("/").append(narrow(name)).c_str(), 0))
+    {
+    }
+    ForeignHandle(const ForeignHandle&) = delete;
+    ForeignHandle& operator=(const ForeignHandle&) = delete;
+    ~ForeignHandle()
+    {
+        if (*this)
+            sem_close(semaphore_);
+    }
+    explicit operator bool() const
+    {
+        return semaphore_ != SEM_FAILED;
+    }
+    sem_t* get() const
+    {
+        return semaphore_;
+    }
+
+private:
+    sem_t* semaphore_;
+};
 
 class PosixNamedSemaphore : public testing::Test
 {
@@ -396,32 +437,273 @@ TEST_F(PosixNamedSemaphore, CannotBeOpenedAfterItsOnlyHolderWasKilled)
 {
     createAndDie(3);
     EXPECT_EQ(nullptr, open());
+    // Its name stays for the next run to take over.
+    EXPECT_TRUE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, GoesOnServingAProgramThatOpenedItAfterItsHolderWasKilled)
+{
+    createAndDie(3);
+    const ForeignHandle controller(name);
+    ASSERT_TRUE(controller);
+    const ino_t inode = inodeOf(path);
+
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    EXPECT_EQ(inode, inodeOf(path));
+    EXPECT_EQ(0, countForeign(name));
+    EXPECT_EQ(0, sem_post(controller.get()));
+    EXPECT_TRUE(waitForSemaphore(semaphore));
+    closeSemaphore(semaphore);
     EXPECT_FALSE(exists(path));
 }
 
-TEST_F(PosixNamedSemaphore, IsNotMadeWhereAnotherUsersAbandonedOneMayNotBeRemoved)
+TEST_F(PosixNamedSemaphore, HasTheMaximumOfTheRunThatTookItOver)
 {
-    if (geteuid() != 0)
-        GTEST_SKIP() << "only the administrator can become another user";
-    // Owned by somebody else before it is abandoned: its owner's other runs remove it.
-    const Gate ready;
-    Child child([&] {
-        create(3, 5);
-        ready.open();
-        pause();
-        return 0;
-    });
-    ready.pass();
-    ASSERT_EQ(0, chown(path.c_str(), 1, 1));
-    ASSERT_EQ(0, chmod(path.c_str(), 0666));
-    child.killAndWait();
-    ASSERT_EQ(0, seteuid(65534));
-    const SemaphoreHandle created = create(0, 1);
-    const SemaphoreHandle opened = open();
-    ASSERT_EQ(0, seteuid(0));
-    EXPECT_EQ(nullptr, created);
-    EXPECT_EQ(nullptr, opened);
+    createAndDie(3);
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    EXPECT_TRUE(releaseSemaphore(semaphore));
+    EXPECT_FALSE(releaseSemaphore(semaphore));
+    closeSemaphore(semaphore);
+}
+
+TEST_F(PosixNamedSemaphore, IsTakenOverOnceByRunsThatStartTogether)
+{
+    for (int round = 0; round < 20; ++round) {
+        createAndDie(3);
+        const ForeignHandle controller(name);
+        const Gate allCreated;
+        const Gate mayEnd;
+        Children children(4);
+        for (auto& child : children)
+            child = std::make_unique<Child>([&] {
+                SemaphoreHandle semaphore = create(0, 1);
+                allCreated.open();
+                mayEnd.pass();
+                closeSemaphore(semaphore);
+                return 0;
+            });
+        for (std::size_t i = 0; i < children.size(); ++i)
+            allCreated.pass();
+        // One that took it over late would have drained what is posted now.
+        ASSERT_EQ(0, sem_post(controller.get()));
+        EXPECT_EQ(1, countForeign(name));
+        for (std::size_t i = 0; i < children.size(); ++i)
+            mayEnd.open();
+        for (const auto& child : children)
+            EXPECT_EQ(0, child->wait());
+        EXPECT_FALSE(exists(path));
+    }
+}
+
+class AnotherUsersSemaphore : public PosixNamedSemaphore
+{
+protected:
+    void SetUp() override
+    {
+        if (geteuid() != 0)
+            GTEST_SKIP() << "only the administrator can become another user";
+        lookAlike_ = std::make_unique<LookAlike>(name);
+        ASSERT_TRUE(lookAlike_->isThere());
+    }
+
+    std::unique_ptr<LookAlike> lookAlike_;
+};
+
+TEST_F(AnotherUsersSemaphore, IsUsedAsItIsWhateverItLooksLike)
+{
+    const ino_t inode = inodeOf(path);
+    SemaphoreHandle created = create(0, 1);
+    ASSERT_NE(nullptr, created);
+    SemaphoreHandle opened = open();
+    ASSERT_NE(nullptr, opened);
+    EXPECT_TRUE(releaseSemaphore(opened));
+    EXPECT_TRUE(releaseSemaphore(opened));
+    EXPECT_EQ(2, countForeign(name));
+    EXPECT_TRUE(waitForSemaphore(created));
+    closeSemaphore(opened);
+    closeSemaphore(created);
+    EXPECT_EQ(inode, inodeOf(path));
+    EXPECT_EQ(1, countForeign(name));
+}
+
+TEST_F(AnotherUsersSemaphore, IsLeftAloneAfterItsHolderWasKilled)
+{
+    const ino_t inode = inodeOf(path);
+    ASSERT_TRUE(postForeign(name));
+    lookAlike_->killMaker();
+    SemaphoreHandle created = create(0, 1);
+    ASSERT_NE(nullptr, created);
+    EXPECT_EQ(1, countForeign(name));
+    closeSemaphore(created);
+    EXPECT_EQ(inode, inodeOf(path));
+}
+
+TEST_F(AnotherUsersSemaphore, DoesNotKeepAReleaseFromTheOneThatReleased)
+{
+    // The other user takes each count as soon as it comes.
+    SemaphoreHandle created = create(0, 1);
+    ASSERT_NE(nullptr, created);
+    const ForeignHandle foreign(name);
+    ASSERT_TRUE(foreign);
+    EXPECT_TRUE(releaseSemaphore(created));
+    EXPECT_EQ(0, sem_trywait(foreign.get()));
+    EXPECT_TRUE(waitForSemaphore(created));
+    closeSemaphore(created);
+}
+
+TEST_F(PosixNamedSemaphore, IsReleasedThoughTheHolderOfItsReleaseLockIsStopped)
+{
+    SemaphoreHandle semaphore = create(0, 2);
+    ASSERT_NE(nullptr, semaphore);
+    const StoppedHolder holder(path, releaseByte);
+    ASSERT_TRUE(holder.isStopped());
+    EXPECT_TRUE(releaseSemaphore(semaphore));
+    EXPECT_TRUE(releaseSemaphore(semaphore));
+    EXPECT_FALSE(releaseSemaphore(semaphore));
+    EXPECT_EQ(2, countForeign(name));
+    closeSemaphore(semaphore);
+    EXPECT_FALSE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, IsUsedAsItIsWhileOneThatWouldTakeItOverIsStopped)
+{
+    createAndDie(0);
+    const ino_t inode = inodeOf(path);
+    const StoppedHolder holder(path, livenessByte);
+    ASSERT_TRUE(holder.isStopped());
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    EXPECT_TRUE(releaseSemaphore(semaphore));
+    EXPECT_TRUE(waitForSemaphore(semaphore));
+    closeSemaphore(semaphore);
+    EXPECT_EQ(inode, inodeOf(path));
+}
+
+TEST_F(PosixNamedSemaphore, IsOpenedAsItIsWhileOneThatWouldRemoveItIsStopped)
+{
+    createAndDie(0);
+    const StoppedHolder holder(path, livenessByte);
+    ASSERT_TRUE(holder.isStopped());
+    SemaphoreHandle semaphore = open();
+    ASSERT_NE(nullptr, semaphore);
+    EXPECT_TRUE(releaseSemaphore(semaphore));
+    EXPECT_EQ(1, countForeign(name));
+    closeSemaphore(semaphore);
     EXPECT_TRUE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, IsClearedAwayLaterWhenItsHolderIsStoppedMeanwhile)
+{
+    createAndDie(0);
+    makeOld(path);
+    const std::wstring otherName = uniqueSemaphoreName(L"another");
+    {
+        const StoppedHolder holder(path, livenessByte);
+        ASSERT_TRUE(holder.isStopped());
+        closeSemaphore(createNamedSemaphore(otherName.c_str(), 0, 1));
+        EXPECT_TRUE(exists(path));
+    }
+    closeSemaphore(createNamedSemaphore(otherName.c_str(), 0, 1));
+    EXPECT_FALSE(exists(path));
+}
+
+// The folder with second links of a user who runs nothing else: what stands in its place.
+class FolderOfLinks : public PosixNamedSemaphore
+{
+protected:
+    static constexpr uid_t user = 64321;
+
+    void SetUp() override
+    {
+        if (geteuid() != 0)
+            GTEST_SKIP() << "only the administrator can become another user";
+    }
+
+    ~FolderOfLinks() override
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(folder, ignored);
+    }
+
+    // Creates a semaphore as that user, looks whether it is as it should be and closes
+    // it.
+    void expectUsable(bool inFolder) const
+    {
+        Child child([&] {
+            if (setuid(user) != 0)
+                return 1;
+            SemaphoreHandle semaphore = create(0, 1);
+            if (!semaphore)
+                return 2;
+            if (inFolder != hasEntry())
+                return 3;
+            closeSemaphore(semaphore);
+            return exists(path) ? 4 : 0;
+        });
+        EXPECT_EQ(0, child.wait());
+    }
+
+    bool hasEntry() const
+    {
+        std::error_code none;
+        for (const auto& entry : std::filesystem::directory_iterator(folder, none))
+            if (entry.path().string().ends_with(narrow(name)))
+                return true;
+        return false;
+    }
+
+    const std::string folder = "/dev/shm/norv-" + std::to_string(user);
+};
+
+TEST_F(FolderOfLinks, HoldsALinkAndVanishesWithTheLast)
+{
+    expectUsable(true);
+    EXPECT_FALSE(exists(folder));
+}
+
+TEST_F(FolderOfLinks, IsTheUsersAloneWhateverTheMask)
+{
+    const mode_t former = umask(0777);
+    expectUsable(true);
+    umask(former);
+    EXPECT_FALSE(exists(folder));
+}
+
+TEST_F(FolderOfLinks, IsNotUsedWhenItBelongsToAnotherUser)
+{
+    ASSERT_EQ(0, mkdir(folder.c_str(), 0777));
+    ASSERT_EQ(0, chmod(folder.c_str(), 0777));
+    expectUsable(false);
+    EXPECT_TRUE(exists(folder));
+}
+
+TEST_F(FolderOfLinks, IsNotUsedWhenOthersMayChangeIt)
+{
+    ASSERT_EQ(0, mkdir(folder.c_str(), 0777));
+    ASSERT_EQ(0, chmod(folder.c_str(), 0777));
+    ASSERT_EQ(0, chown(folder.c_str(), user, user));
+    expectUsable(false);
+    EXPECT_TRUE(exists(folder));
+}
+
+TEST_F(FolderOfLinks, IsNotUsedWhenItIsALink)
+{
+    const TemporaryFolder elsewhere;
+    ASSERT_EQ(0, chown((elsewhere / "").c_str(), user, user));
+    ASSERT_EQ(0, symlink((elsewhere / "").c_str(), folder.c_str()));
+    expectUsable(false);
+    EXPECT_TRUE(exists(folder));
+}
+
+TEST_F(FolderOfLinks, IsNotUsedWhenItIsAFile)
+{
+    const int file = ::open(folder.c_str(), O_CREAT | O_EXCL | O_WRONLY, 0600);
+    ASSERT_EQ(0, fchown(file, user, user));
+    ASSERT_EQ(0, close(file));
+    expectUsable(false);
+    EXPECT_TRUE(exists(folder));
 }
 
 TEST_F(PosixNamedSemaphore, StartsAfreshAfterAWaitingHolderWasKilled)
@@ -444,11 +726,56 @@ TEST_F(PosixNamedSemaphore, StartsAfreshAfterAWaitingHolderWasKilled)
 TEST_F(PosixNamedSemaphore, ClearsOtherNamesOfKilledHoldersAway)
 {
     createAndDie(0);
+    makeOld(path);
     const std::wstring otherName = uniqueSemaphoreName(L"another");
     SemaphoreHandle other = createNamedSemaphore(otherName.c_str(), 0, 1);
     ASSERT_NE(nullptr, other);
     EXPECT_FALSE(exists(path));
     closeSemaphore(other);
+}
+
+TEST_F(PosixNamedSemaphore, LeavesOtherNamesOfJustKilledHoldersForTheirNextRun)
+{
+    createAndDie(2);
+    const ino_t inode = inodeOf(path);
+    const std::wstring otherName = uniqueSemaphoreName(L"another");
+    closeSemaphore(createNamedSemaphore(otherName.c_str(), 0, 1));
+    EXPECT_EQ(inode, inodeOf(path));
+    EXPECT_EQ(2, countForeign(name));
+}
+
+TEST_F(PosixNamedSemaphore, IsNotTakenForAnOldOneWhileSomebodyWaits)
+{
+    // Whoever is killed now was there a moment ago, however old the semaphore is.
+    const Gate created;
+    Child child([&] {
+        SemaphoreHandle semaphore = create(0, 1);
+        makeOld(path);
+        created.open();
+        waitForSemaphore(semaphore);
+        return 0;
+    });
+    created.pass();
+    while (!isAsleep(child.id()))
+        sched_yield();
+    child.killAndWait();
+    const std::wstring otherName = uniqueSemaphoreName(L"another");
+    closeSemaphore(createNamedSemaphore(otherName.c_str(), 0, 1));
+    EXPECT_TRUE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, ClearsAwayWhatWasLeftOfItsOwnNameWithoutTheName)
+{
+    createAndDie(0);
+    const std::string entry = "/dev/shm/norv-" + std::to_string(geteuid()) + "/" +
+                              std::to_string(inodeOf(path)) + ".sem." + narrow(name);
+    EXPECT_TRUE(exists(entry));
+    makeOld(path);
+    removeForeign(name);
+    SemaphoreHandle semaphore = create(0, 1);
+    ASSERT_NE(nullptr, semaphore);
+    EXPECT_FALSE(exists(entry));
+    closeSemaphore(semaphore);
 }
 
 TEST_F(PosixNamedSemaphore, ClearsNoNameAwayThatIsHeldOrForeign)
@@ -637,15 +964,6 @@ public:
 private:
     cpu_set_t former_ = {};
 };
-
-bool isAsleep(pid_t process)
-{
-    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-    std::string number;
-    std::string name;
-    char state = 0;
-    return file >> number >> name >> state && state == 'S';
-}
 
 std::unique_ptr<Child> PosixNamedSemaphore::startWaiting(bool onlyWhenIdle) const
 {
