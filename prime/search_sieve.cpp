@@ -10,7 +10,6 @@
 #include <cassert>
 #include <iterator>
 #include <limits>
-#include <new>
 #include <span>
 
 namespace
@@ -123,6 +122,8 @@ void crossOff(const SearchSieve& sieve, std::uint64_t* bits, std::uint32_t prime
 bool learnIndices(SearchSieve& sieve, std::span<const std::uint32_t> primes,
                   BN_CTX* context)
 {
+    // Also when it fails half way, and when a search that starts over forgets them.
+    noteWritten(sieve.nextIndex, sieve.known + primes.size());
     std::uint32_t* values = sieve.nextIndex.get() + sieve.known;
     if (!computeGroupResidues(sieve.start.get(), primes, values, sieve.scratch, context))
         return false;
@@ -168,8 +169,10 @@ bool crossOffNext(SearchSieve& sieve, std::span<const std::uint32_t> primes,
 bool beginWindow(SearchSieve& sieve, BN_CTX* context)
 {
     const std::size_t words = sieve.windowLength / wordBits;
-    std::fill_n(sieve.rejected.get(), words, 0);
-    std::fill_n(sieve.composite.get(), words, 0);
+    for (auto* bits : {&sieve.rejected, &sieve.composite}) {
+        noteWritten(*bits, words);
+        std::fill_n(bits->get(), words, 0);
+    }
     sieve.crossed = 0;
     sieve.block = 0;
     sieve.blockFirst = 0;
@@ -217,13 +220,6 @@ std::uint32_t advance(SearchSieve& sieve, BN_CTX* context)
     return sieve.windowStart + sieve.position - before;
 }
 
-template <typename Item>
-bool allocate(std::unique_ptr<Item[]>& items, std::size_t count)
-{
-    items.reset(new (std::nothrow) Item[count]);
-    return items != nullptr;
-}
-
 } // namespace
 
 SearchSieve makeSearchSieve(int bits, int mode)
@@ -247,9 +243,9 @@ SearchSieve makeSearchSieve(int bits, int mode)
     const std::uint32_t length = sieve.safe ? plan.safeWindow : plan.plainWindow;
     sieve.scratch = {BigNumber(BN_new()), SecretNumber(BN_new())};
     if (sieve.scratch.product && sieve.scratch.remainder &&
-        allocate(sieve.nextIndex, sieve.primeCount) &&
-        allocate(sieve.rejected, length / wordBits) &&
-        allocate(sieve.composite, length / wordBits))
+        allocateSecret(sieve.nextIndex, sieve.primeCount) &&
+        allocateSecret(sieve.rejected, length / wordBits) &&
+        allocateSecret(sieve.composite, length / wordBits))
         sieve.windowLength = length;
     return sieve;
 }

@@ -7,11 +7,11 @@
 // event waits for more than about one exponentiation.
 #pragma once
 
+#include "prime/secret_array.h"
 #include "prime/word_residues.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <openssl/bn.h>
 
 struct SearchSieve {
@@ -30,17 +30,18 @@ struct SearchSieve {
 
     // nextIndex[i]: an index of a number that the i-th prime divides; once the
     // prime has been crossed off in a window, the first one behind that window.
-    std::unique_ptr<std::uint32_t[]> nextIndex;
+    // Together they give the start by the Chinese remainder theorem.
+    SecretArray<std::uint32_t> nextIndex;
     std::size_t known = 0; // primes whose nextIndex is known
 
-    // Of the window, a bit a number.
-    std::unique_ptr<std::uint64_t[]> rejected;  // has a small factor
-    std::unique_ptr<std::uint64_t[]> composite; // has a larger one
-    std::uint32_t windowStart = 0;              // index of its first number
-    std::size_t crossed = 0;                    // primes crossed off in it
-    std::size_t block = 0;                      // that the next prime stands in
-    std::size_t blockFirst = 0;                 // primes before that block
-    std::uint32_t position = 0;                 // of the candidate in the window
+    // Of the window, a bit a number. They too tell residues of the start.
+    SecretArray<std::uint64_t> rejected;  // has a small factor
+    SecretArray<std::uint64_t> composite; // has a larger one
+    std::uint32_t windowStart = 0;        // index of its first number
+    std::size_t crossed = 0;              // primes crossed off in it
+    std::size_t block = 0;                // that the next prime stands in
+    std::size_t blockFirst = 0;           // primes before that block
+    std::uint32_t position = 0;           // of the candidate in the window
 };
 
 // The sieve of a search of this size and mode. It counts factors of (p-1)/2 too

@@ -32,7 +32,7 @@ struct FaultReport {
     bool throwing;            // a failed allocation that has to throw
     std::atomic<bool> armed;
     std::atomic<int> foreignFrees; // blocks given back twice, or never given out
-    std::atomic<int> secretFrees;  // blocks given back with secret bytes in them
+    std::atomic<int> secretFrees;  // blocks given back with something secret in them
 };
 
 // The report that is written, of this process only by default.

@@ -2,15 +2,19 @@
 //   NORV_FAULT         KIND NUMBER ERROR LATE FUNCTION ("-": any)
 //   NORV_FAULT_REPORT  the file that the report is written to
 //   NORV_FAULT_SECRET  hex digits: as text and as a number they must not be in any
-//                      block of memory that is given back
+//                      block of memory that is given back, nor may such a block tell
+//                      the residues of a number that a search from them starts at
 // and with an end of its own when it takes too long.
 #include "tests/faults/faulty_norv.h"
 #include "app/driver.h"
 #include "platform/process.h"
+#include "prime/big_number.h"
+#include "prime/candidate_sieve.h"
 #include "tests/faults/fault.h"
 #include "tests/faults/memory.h"
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
@@ -51,6 +55,28 @@ bool shareReport()
     return true;
 }
 
+// What the workers' searches for primes start at, window by window.
+void addStarts(const std::vector<std::uint8_t>& base)
+{
+    constexpr int windows = 8;
+    const int bits = static_cast<int>(base.size()) * 8;
+    const Context context(BN_CTX_new());
+    const SecretNumber window(
+        BN_bin2bn(base.data(), static_cast<int>(base.size()), nullptr));
+    const SecretNumber start(BN_new());
+    std::array<std::uint16_t, smallPrimeCount> residues{};
+    std::vector<std::uint8_t> bytes(base.size());
+    for (int i = 0; i < windows; ++i) {
+        BN_add_word(window.get(), maxDeltaFor(bits));
+        for (const int mode : {modeFromBase, modeFromBase | modeSafe}) {
+            BN_copy(start.get(), window.get());
+            nextCandidate(start.get(), bits, mode, residues.data(), context.get());
+            BN_bn2binpad(start.get(), bytes.data(), static_cast<int>(bytes.size()));
+            addSecretStart(bytes);
+        }
+    }
+}
+
 void watchFor(const char* digits)
 {
     if (!digits || !*digits)
@@ -68,6 +94,7 @@ void watchFor(const char* digits)
         addSecretText(std::wstring(written.begin(), written.end()));
     }
     addSecret(bytes);
+    addStarts(bytes);
     std::reverse(bytes.begin(), bytes.end());
     addSecret(bytes);
     watchForSecrets(true);

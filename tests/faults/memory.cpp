@@ -1,6 +1,7 @@
 #include "tests/faults/memory.h"
 
 #include "tests/faults/fault.h"
+#include "tests/faults/residues.h"
 
 #include <algorithm>
 #include <array>
@@ -101,11 +102,32 @@ struct Secrets {
     }
 };
 
+struct Starts {
+    std::array<Residues, 64> residues{};
+    std::size_t count = 0;
+
+    void add(std::span<const std::uint8_t> number)
+    {
+        if (count == residues.size())
+            std::abort(); // as above
+        residues[count++] = residuesOf(number);
+    }
+
+    bool toldBy(std::span<const std::uint8_t> block) const
+    {
+        return std::any_of(
+            residues.begin(), residues.begin() + count, [&](const Residues& start) {
+                return tableTells(start, block) || bitmapTells(start, block);
+            });
+    }
+};
+
 struct Watch {
     std::mutex mutex;
     Blocks blocks;
     LiveBlocks live{};
     Secrets secrets;
+    Starts starts;
     MemoryErrors errors{};
 };
 
@@ -117,13 +139,13 @@ Watch& watch()
     return *only;
 }
 
-bool holdsSecret(const Secrets& secrets, const void* block, std::size_t size)
+bool holdsSecret(const Watch& watched, const void* block, std::size_t size)
 {
     const auto* bytes = static_cast<const std::uint8_t*>(block);
     for (std::size_t i = 0; i < size; ++i)
-        if (secrets.contain(bytes + i, size - i))
+        if (watched.secrets.contain(bytes + i, size - i))
             return true;
-    return false;
+    return watched.starts.toldBy({bytes, size});
 }
 
 void noteAllocation(void* block, std::size_t size, bool crypto)
@@ -146,7 +168,7 @@ bool noteRelease(void* block, bool crypto)
         return false;
     }
     const std::size_t size = found->second.size;
-    if (watched.secrets.watched && holdsSecret(watched.secrets, block, size)) {
+    if (watched.secrets.watched && holdsSecret(watched, block, size)) {
         ++watched.errors.secretFrees;
         ++faultReport->secretFrees;
         watched.errors.secretBlockSize = size;
@@ -314,12 +336,20 @@ void addSecretText(std::wstring_view text)
         watched.secrets.add(text.data() + i, characters * sizeof(wchar_t));
 }
 
+void addSecretStart(std::span<const std::uint8_t> bytes)
+{
+    Watch& watched = watch();
+    const std::lock_guard guard(watched.mutex);
+    watched.starts.add(bytes);
+}
+
 void forgetSecrets()
 {
     Watch& watched = watch();
     const std::lock_guard guard(watched.mutex);
     watched.secrets.count = 0;
     watched.secrets.beginnings.reset();
+    watched.starts.count = 0;
 }
 
 void watchForSecrets(bool watched)

@@ -1,6 +1,6 @@
 // All memory that the program and libcrypto take from the heap, watched: each
 // allocation can be made to fail, each block must be given back once, and no block
-// may carry secret bytes when it is.
+// may carry secret bytes, or residues of a secret number, when it is.
 #pragma once
 
 #include <cstddef>
@@ -29,6 +29,9 @@ void settleLibraryMemory();
 // `text`. Adds to what is so far.
 void addSecret(std::span<const std::uint8_t> bytes);
 void addSecretText(std::wstring_view text);
+// A number, its bytes the most significant first, from which a sieve may start: tables
+// and bitmaps that tell its residues are secret. Adds to what is so far.
+void addSecretStart(std::span<const std::uint8_t> bytes);
 void forgetSecrets();
 
 // Whether blocks are searched for secret bytes when they are given back.
@@ -37,7 +40,7 @@ void watchForSecrets(bool watched);
 // What went wrong since the last call. The report of the fault counts it as well.
 struct MemoryErrors {
     int foreignFrees;            // given back twice, or never given out
-    int secretFrees;             // given back with secret bytes in them
+    int secretFrees;             // given back with something secret in them
     std::size_t secretBlockSize; // of the last such block
 };
 MemoryErrors takeMemoryErrors();

@@ -202,7 +202,7 @@ void expectOutcome(const Run& run, const Ending& ending, const Outcomes& allowed
     if (allowed.count(outcome) == 0)
         tally.complain(std::string(inWords(outcome)) + ": " + inWords(ending));
     tally.expect(faultReport->foreignFrees == 0, "a block given back twice");
-    tally.expect(faultReport->secretFrees == 0, "secret bytes in a freed block");
+    tally.expect(faultReport->secretFrees == 0, "something secret in a freed block");
 }
 
 // Runs with the fault. What is allowed then is asked when it is known what failed.

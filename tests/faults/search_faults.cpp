@@ -9,6 +9,7 @@
 #include "prime/base_bits.h"
 #include "prime/miller_rabin.h"
 #include "prime/prime_generation.h"
+#include "prime/search_sieve.h"
 #include "prime/shortcuts.h"
 #include "search/generation_callback.h"
 #include "search/search_state.h"
@@ -28,6 +29,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -74,7 +76,7 @@ void failEachCall(const std::string& name, const std::function<void(const Fault&
                 const MemoryErrors errors = takeMemoryErrors();
                 tally.expect(errors.foreignFrees == 0, "a block given back twice");
                 tally.expect(errors.secretFrees == 0,
-                             "secret bytes in a freed block of " +
+                             "something secret in a freed block of " +
                                  std::to_string(errors.secretBlockSize));
                 if (!faultReport->struck)
                     break;
@@ -125,6 +127,17 @@ void addSecretNumber(const BIGNUM* number)
     }
 }
 
+// From the candidate that a search begins with, or starts over at, its sieve starts.
+void addStart(const BIGNUM* candidate)
+{
+    std::array<std::uint8_t, 128> bytes{};
+    const auto size = static_cast<std::size_t>(BN_num_bytes(candidate));
+    if (size > bytes.size())
+        return;
+    BN_bn2bin(candidate, bytes.data());
+    addSecretStart(std::span(bytes).first(size));
+}
+
 // Events
 
 // A search that rejected its prime may have far to go: it is stopped here.
@@ -148,6 +161,7 @@ int record(int event, int value, GenCallback* callback)
     case 0:
         recorder.inOrder = recorder.inOrder && value == recorder.nextCandidate++;
         addSecretNumber(recorder.candidate);
+        addStart(recorder.candidate);
         break;
     case 1:
         recorder.inOrder = recorder.inOrder && value >= 0 && value < iterations;
@@ -623,6 +637,52 @@ void checkWatch()
     tally.expect(errors.foreignFrees == 1, "second release");
 }
 
+// Whether a copy of these bytes is noticed when it is given back.
+bool isNoticed(const void* bytes, std::size_t size)
+{
+    void* copy = ::operator new(size);
+    std::memcpy(copy, bytes, size);
+    watchForSecrets(true);
+    ::operator delete(copy);
+    watchForSecrets(false);
+    return takeMemoryErrors().secretFrees == 1;
+}
+
+// Whether the watch sees each array of a sieve, and the table half way on.
+void checkWatchForResidues(int bits, bool safe)
+{
+    tally.where = "memory watch, sieve of " + std::to_string(bits) + " bits";
+    const int mode = modeFromBase | (safe ? modeSafe : 0);
+    const Context context(BN_CTX_new());
+    const BigNumber candidate = fromHex(oracle::randomNumber(bits, 1));
+    std::array<std::uint16_t, smallPrimeCount> residues{};
+    SearchSieve sieve = makeSearchSieve(bits, mode);
+    forgetSecrets();
+    nextSievedCandidate(sieve, candidate.get(), mode, residues.data(), context.get());
+    addStart(sieve.start.get());
+    sieveSlice(sieve, context.get());
+
+    const std::size_t bitmap = sieve.windowLength / 8;
+    std::vector<std::uint32_t> table(sieve.known);
+    const std::size_t size = table.size() * sizeof table[0];
+    std::copy_n(sieve.nextIndex.get(), table.size(), table.begin());
+    tally.expect(isNoticed(table.data(), size), "places");
+    std::fill_n(table.begin(), sieve.smallCount, 0U);
+    tally.expect(isNoticed(table.data(), size), "places of the first slice");
+    for (std::uint32_t& place : table)
+        place = 1000003;
+    tally.expect(!isNoticed(table.data(), size), "places that tell nothing");
+    tally.expect(isNoticed(sieve.rejected.get(), bitmap), "rejected");
+    tally.expect(isNoticed(sieve.composite.get(), bitmap), "composite");
+
+    std::size_t i = 0;
+    for (std::uint32_t& residue : table) {
+        const BN_ULONG prime = smallPrimes[++i];
+        residue = static_cast<std::uint32_t>(BN_mod_word(sieve.start.get(), prime));
+    }
+    tally.expect(isNoticed(table.data(), size), "residues");
+}
+
 } // namespace
 
 // What the workers' semaphore does here.
@@ -656,6 +716,9 @@ int main(int argc, char** argv)
         faultStep = std::max(1, static_cast<int>(std::strtol(argv[1], nullptr, 10)));
     settleLibraryMemory();
     checkWatch();
+    for (const int bits : {256, 264, 512})
+        for (const bool safe : {false, true})
+            checkWatchForResidues(bits, safe);
     checkImports();
     failInBaseInput(false);
     failInBaseInput(true);

@@ -8,6 +8,7 @@
 #include "tests/prime/engine.h"
 #include "tests/support/gmp_oracle.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <iostream>
 
@@ -31,6 +32,86 @@ protected:
         return nextSievedCandidate(sieve, candidate.get(), mode, residues.data(),
                                    context.get());
     }
+
+    // Makes a sieve whose arrays hold nothing but zeros: what is not zero when the
+    // array is given back was written and not wiped.
+    SearchSieve makeCleanSieve()
+    {
+        SearchSieve sieve = makeSearchSieve(bits, mode);
+        std::fill_n(sieve.nextIndex.get(), sieve.primeCount, 0U);
+        std::fill_n(sieve.rejected.get(), sieve.windowLength / 64, 0U);
+        std::fill_n(sieve.composite.get(), sieve.windowLength / 64, 0U);
+        return sieve;
+    }
+
+    // Looks at the array of this number when the sieve gives it back.
+    static void watchArray(const SearchSieve& sieve, int number)
+    {
+        const std::size_t bitmap = sieve.windowLength / 8;
+        const ArrayWatch arrays[arrayCount] = {
+            {sieve.nextIndex.get(), sieve.primeCount * sizeof(std::uint32_t)},
+            {sieve.rejected.get(), bitmap},
+            {sieve.composite.get(), bitmap}};
+        arrayWatch = arrays[number];
+    }
+
+    // Crosses off so many slices, through windows and at the top of the size.
+    void sieveFor(SearchSieve& sieve, int candidates)
+    {
+        for (int i = 0; i < candidates; ++i) {
+            ASSERT_EQ(1, next(sieve));
+            sieveSlice(sieve, context.get());
+        }
+    }
+
+    // Lets each allocation of the library fail in turn and looks at this array.
+    void failEachAllocation(int array)
+    {
+        settleCryptoMemory();
+        const std::string base = oracle::randomNumber(bits, 8);
+        int failures = 0;
+        int known = 0;
+        for (bool struck = true; struck; ++failures) {
+            candidate = fromHex(base);
+            context = newContext();
+            bool found = true;
+            {
+                SearchSieve sieve = makeCleanSieve();
+                watchArray(sieve, array);
+                failCryptoAllocation(failures);
+                for (int i = 0; i < 12 && found; ++i) {
+                    found = next(sieve) == 1;
+                    if (found) {
+                        sieveSlice(sieve, context.get());
+                        known += knowsFactor(sieve) ? 1 : 0;
+                    }
+                }
+                struck = cryptoAllocations() > failures;
+                failCryptoAllocation(-1);
+            }
+            ASSERT_TRUE(arrayWatch.wiped) << "array " << array << ", fault " << failures;
+            if (found)
+                checkCandidate(base);
+        }
+        std::cout << failures << " allocations failed in turn\n";
+        EXPECT_GT(failures, 5);
+        EXPECT_GT(known, 0);
+    }
+
+    // What stands in the candidate after a success is the plain sieve's.
+    void checkCandidate(const std::string& base)
+    {
+        const BigNumber plain = fromHex(base);
+        bool met = false;
+        for (int i = 0; i < 12 && !met; ++i) {
+            ASSERT_EQ(1, nextCandidate(plain.get(), bits, mode, residues.data(),
+                                       context.get()));
+            met = BN_cmp(plain.get(), candidate.get()) == 0;
+        }
+        ASSERT_TRUE(met);
+    }
+
+    static constexpr int arrayCount = 3;
 
     Context context = newContext();
     BigNumber candidate = fromHex(oracle::randomNumber(bits, 8));
@@ -77,42 +158,59 @@ TEST_F(SieveWithoutMemory, KnowsNoPrimeBehindABlockThatIsMissing)
     EXPECT_LT(sieve.crossed, sieve.primeCount);
 }
 
-// Each allocation of the library in turn: the sieve may know less, and tells nothing
-// that is not so.
-TEST_F(SieveWithoutMemory, SurvivesTheFailureOfEachAllocation)
+// From the tables and the prime's size alone the start could be computed.
+TEST_F(SieveWithoutMemory, WipesItsArrays)
 {
-    settleCryptoMemory();
-    const std::string base = toHex(candidate.get());
-    int failures = 0;
-    int known = 0;
-    for (bool struck = true; struck; ++failures) {
-        candidate = fromHex(base);
-        context = newContext();
-        const BigNumber plain = fromHex(base);
-        SearchSieve sieve = makeSearchSieve(bits, mode);
-        bool found = true;
-        failCryptoAllocation(failures);
-        for (int i = 0; i < 12 && found; ++i) {
-            found = next(sieve) == 1;
-            if (found) {
+    for (int array = 0; array < arrayCount; ++array)
+        for (const int candidates : {1, 12, 400}) {
+            {
+                SearchSieve sieve = makeCleanSieve();
+                watchArray(sieve, array);
+                sieveFor(sieve, candidates);
+            }
+            EXPECT_EQ(1, arrayWatch.releases);
+            EXPECT_TRUE(arrayWatch.wiped) << "array " << array << ", " << candidates;
+        }
+}
+
+// It starts over at the top of the size: what it knew before is still in the table.
+TEST_F(SieveWithoutMemory, WipesWhatItKnewBeforeItStartedOver)
+{
+    candidate = fromHex(oracle::powerOfTwo(bits, -30000));
+    {
+        SearchSieve sieve = makeCleanSieve();
+        watchArray(sieve, 0);
+        std::size_t most = 0;
+        while (!sieve.start || sieve.known >= most) {
+            ASSERT_EQ(1, next(sieve));
+            if (sieve.start && sieve.known >= most) {
                 sieveSlice(sieve, context.get());
-                known += knowsFactor(sieve) ? 1 : 0;
+                most = sieve.known;
             }
         }
-        struck = cryptoAllocations() > failures;
-        failCryptoAllocation(-1);
-        // What stands in the candidate after a success is the plain sieve's.
-        bool met = !found;
-        for (int i = 0; i < 12 && !met; ++i) {
-            ASSERT_EQ(1, nextCandidate(plain.get(), bits, mode, residues.data(),
-                                       context.get()));
-            met = BN_cmp(plain.get(), candidate.get()) == 0;
-        }
-        ASSERT_TRUE(met) << "fault " << failures;
+        ASSERT_GT(most, 10 * sieve.sliceLength);
+        ASSERT_EQ(sieve.smallCount, sieve.known);
     }
-    std::cout << failures << " allocations failed in turn\n";
-    EXPECT_GT(failures, 5);
-    EXPECT_GT(known, 0);
+    EXPECT_TRUE(arrayWatch.wiped);
+}
+
+// A table of megabytes is hardly touched by most searches.
+TEST_F(SieveWithoutMemory, WipesNoPlacesThatItNeverWrote)
+{
+    SearchSieve sieve = makeSearchSieve(bits, mode);
+    EXPECT_EQ(0U, sieve.nextIndex.get_deleter().written);
+    sieveFor(sieve, 3);
+    EXPECT_EQ(sieve.smallCount + 3 * sieve.sliceLength,
+              sieve.nextIndex.get_deleter().written);
+    EXPECT_LT(sieve.known, sieve.primeCount);
+}
+
+// The sieve may know less, tells nothing that is not so, and leaves nothing of what it
+// wrote before the failure.
+TEST_F(SieveWithoutMemory, SurvivesTheFailureOfEachAllocation)
+{
+    for (int array = 0; array < arrayCount; ++array)
+        failEachAllocation(array);
 }
 
 } // namespace
