@@ -113,12 +113,32 @@ struct Starts {
         residues[count++] = residuesOf(number);
     }
 
+    template <typename Told>
+    bool tells(const Told& told) const
+    {
+        return std::any_of(residues.begin(), residues.begin() + count, told);
+    }
+
     bool toldBy(std::span<const std::uint8_t> block) const
     {
-        return std::any_of(
-            residues.begin(), residues.begin() + count, [&](const Residues& start) {
-                return tableTells(start, block) || bitmapTells(start, block);
-            });
+        return tells([&](const Residues& start) {
+            return tableTells(start, block) || bitmapTells(start, block);
+        });
+    }
+
+    // By a number of the library, which keeps its digits in a block of words. From two
+    // words on it may tell enough; what is longer than the numbers of these searches
+    // holds something else.
+    bool toldByDigits(std::span<const std::uint8_t> block) const
+    {
+        std::array<std::uint8_t, 128> digits{};
+        if (count == 0 || block.size() % sizeof(BN_ULONG) != 0 ||
+            block.size() < 2 * sizeof(BN_ULONG) || block.size() > digits.size() ||
+            std::all_of(block.begin(), block.end(), [](auto byte) { return byte == 0; }))
+            return false;
+        std::reverse_copy(block.begin(), block.end(), digits.begin());
+        const Residues number = residuesOf(std::span(digits).first(block.size()));
+        return tells([&](const Residues& start) { return numberTells(start, number); });
     }
 };
 
@@ -139,13 +159,14 @@ Watch& watch()
     return *only;
 }
 
-bool holdsSecret(const Watch& watched, const void* block, std::size_t size)
+bool holdsSecret(const Watch& watched, const void* block, std::size_t size, bool crypto)
 {
     const auto* bytes = static_cast<const std::uint8_t*>(block);
     for (std::size_t i = 0; i < size; ++i)
         if (watched.secrets.contain(bytes + i, size - i))
             return true;
-    return watched.starts.toldBy({bytes, size});
+    return crypto ? watched.starts.toldByDigits({bytes, size})
+                  : watched.starts.toldBy({bytes, size});
 }
 
 void noteAllocation(void* block, std::size_t size, bool crypto)
@@ -168,7 +189,7 @@ bool noteRelease(void* block, bool crypto)
         return false;
     }
     const std::size_t size = found->second.size;
-    if (watched.secrets.watched && holdsSecret(watched, block, size)) {
+    if (watched.secrets.watched && holdsSecret(watched, block, size, crypto)) {
         ++watched.errors.secretFrees;
         ++faultReport->secretFrees;
         watched.errors.secretBlockSize = size;

@@ -30,7 +30,8 @@ void settleLibraryMemory();
 void addSecret(std::span<const std::uint8_t> bytes);
 void addSecretText(std::wstring_view text);
 // A number, its bytes the most significant first, from which a sieve may start: tables
-// and bitmaps that tell its residues are secret. Adds to what is so far.
+// and bitmaps of the program and numbers of the library that tell its residues are
+// secret. Adds to what is so far.
 void addSecretStart(std::span<const std::uint8_t> bytes);
 void forgetSecrets();
 

@@ -115,6 +115,14 @@ bool tableTells(const Residues& residues, std::span<const std::uint8_t> block)
     return false;
 }
 
+bool numberTells(const Residues& residues, const Residues& other)
+{
+    std::size_t row = 0;
+    for (std::size_t i = 0; i < watchedPrimes && row < tellingRow; ++i)
+        row = other[i] == residues[i] ? row + 1 : 0;
+    return row == tellingRow;
+}
+
 bool bitmapTells(const Residues& residues, std::span<const std::uint8_t> block)
 {
     for (std::size_t first = 0; first + stretchBits <= block.size() * 8;

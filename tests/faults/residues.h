@@ -10,7 +10,7 @@
 
 // The primes that are looked at: 3 and those after it, in which a sieve has its small
 // ones and its first slices.
-inline constexpr std::size_t watchedPrimes = 512;
+inline constexpr std::size_t watchedPrimes = 768;
 
 // A number by its residues: residues[i] modulo the i-th odd prime.
 using Residues = std::array<std::uint32_t, watchedPrimes>;
@@ -22,6 +22,10 @@ Residues residuesOf(std::span<const std::uint8_t> number);
 // the number and more): as 32-bit residues, or as distances, in steps of 2 or 4, to a
 // multiple of each prime.
 bool tableTells(const Residues& residues, std::span<const std::uint8_t> block);
+
+// Whether another number has at least twelve of them in a row: the rest of a division
+// by the product of these primes.
+bool numberTells(const Residues& residues, const Residues& other);
 
 // Whether the block is a bitmap, from the number on in steps of 2 or 4, in which 1024
 // bits in a row have all multiples of the smallest primes set, or all those of the first

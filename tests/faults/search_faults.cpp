@@ -37,6 +37,7 @@
 #include <openssl/crypto.h>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -127,12 +128,13 @@ void addSecretNumber(const BIGNUM* number)
     }
 }
 
-// From the candidate that a search begins with, or starts over at, its sieve starts.
+// From the candidate that a search begins with, or starts over at, its sieve starts. No
+// sieve is deep below 256 bits.
 void addStart(const BIGNUM* candidate)
 {
     std::array<std::uint8_t, 128> bytes{};
     const auto size = static_cast<std::size_t>(BN_num_bytes(candidate));
-    if (size > bytes.size())
+    if (size < 32 || size > bytes.size())
         return;
     BN_bn2bin(candidate, bytes.data());
     addSecretStart(std::span(bytes).first(size));
@@ -648,6 +650,15 @@ bool isNoticed(const void* bytes, std::size_t size)
     return takeMemoryErrors().secretFrees == 1;
 }
 
+// The same of a number of the library.
+bool isNoticed(BigNumber number)
+{
+    watchForSecrets(true);
+    number.reset();
+    watchForSecrets(false);
+    return takeMemoryErrors().secretFrees == 1;
+}
+
 // Whether the watch sees each array of a sieve, and the table half way on.
 void checkWatchForResidues(int bits, bool safe)
 {
@@ -681,6 +692,14 @@ void checkWatchForResidues(int bits, bool safe)
         residue = static_cast<std::uint32_t>(BN_mod_word(sieve.start.get(), prime));
     }
     tally.expect(isNoticed(table.data(), size), "residues");
+
+    BigNumber product = fromHex("1");
+    for (i = 100; i < 116; ++i)
+        BN_mul_word(product.get(), smallPrimes[i]);
+    BigNumber rest(BN_new());
+    BN_mod(rest.get(), sieve.start.get(), product.get(), context.get());
+    tally.expect(isNoticed(std::move(rest)), "rest of a division");
+    tally.expect(!isNoticed(std::move(product)), "a number that tells nothing");
 }
 
 } // namespace
