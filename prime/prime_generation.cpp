@@ -70,7 +70,8 @@ int generatePrime(BIGNUM* candidate, int /*ignoredBits*/, int mode,
             return 0;
         if (!BN_GENCB_call(callback, 0, counter))
             return 0;
-        // A known factor stands in for the test that would find it composite.
+        // A known factor stands in for the test that would find it composite. A test
+        // whose witnesses repeat might not.
         sieveSlice(sieve, context);
         if (knowsFactor(sieve))
             continue;

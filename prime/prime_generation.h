@@ -15,8 +15,9 @@
 //            event 2 with the same number after each turn that both halves of a
 //            safe prime passed; event 1 from the test. A refusal of event 0 or
 //            2 ends the search; one of event 1 rejects the candidate, so that
-//            the next event 0 ends it. With eventsUnwatched, events 1 of a safe
-//            prime's rejected candidates may stay out. May be null
+//            the next event 0 ends it. A candidate with a known factor gets no
+//            event 1, whatever its witnesses are. With eventsUnwatched, events 1 of
+//            a safe prime's rejected candidates may stay out. May be null
 // context    required; the caller's
 // The second, fourth and fifth arguments, a size and a progression, stand where
 // the library's own generators have them and are ignored.

@@ -60,5 +60,5 @@ int nextSievedCandidate(SearchSieve& sieve, BIGNUM* candidate, int mode,
 void sieveSlice(SearchSieve& sieve, BN_CTX* context);
 
 // Whether the sieve knows a factor of the candidate yielded last, or, with
-// halves, one of its (p-1)/2.
+// halves, one of its (p-1)/2. Never wrong, unlike a test whose witnesses repeat.
 bool knowsFactor(const SearchSieve& sieve);

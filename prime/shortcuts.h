@@ -1,4 +1,5 @@
-// What a search may leave out because nobody would see it.
+// What a search may leave out: marks that nobody sees, and tests of numbers that it
+// knows to have a factor.
 #pragma once
 
 // Whether nobody sees the marks of this process's searches: generatePrime may
@@ -7,5 +8,8 @@
 extern bool eventsUnwatched;
 
 // Whether searches take shortcuts at all. Always, but for tests and benchmarks
-// that hold the shortcuts against the plain path; set while no search runs.
+// that check the shortcuts against the plain path; set while no search runs.
+// With the same witnesses both paths send the same events and end at the same number,
+// unless a witness lets a composite pass whose factor the shortcuts know: they reject
+// it without events 1. They accept nothing that the plain path rejects.
 extern bool shortcutsEnabled;

@@ -20,7 +20,7 @@ namespace
 {
 
 constexpr int bits = 256;
-constexpr std::int64_t time = 1'700'000'000;
+constexpr std::int64_t fixedTime = 1'700'000'000;
 
 // A number with this factor, between the small primes and those of the sieve's first
 // slice, that passes with the witness that belongs to this clock.
@@ -77,7 +77,7 @@ protected:
         : size_(bits)
     {
         fakeCalendarTime = [] {
-            return time;
+            return fixedTime;
         };
     }
     ~ClocksThatStandStill() override

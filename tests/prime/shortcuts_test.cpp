@@ -1,5 +1,6 @@
-// Searches with every shortcut held against the plain path: what they show and
-// what they give must be the same.
+// Searches with every shortcut checked against the plain path: what they show and what
+// they give must be the same. The witnesses here do not repeat; for those that do see
+// shortcuts_made_bases_test.cpp.
 #include "prime/shortcuts.h"
 
 #include "prime/prime_generation.h"
