@@ -65,7 +65,7 @@ Outcome search(const std::string& base, int mode = modeFromBase)
 Outcome searchPlainly(const std::string& base, int mode = modeFromBase)
 {
     shortcutsEnabled = false;
-    const Outcome outcome = search(base, mode);
+    Outcome outcome = search(base, mode);
     shortcutsEnabled = true;
     return outcome;
 }
