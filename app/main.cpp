@@ -5,5 +5,6 @@
 int main()
 {
     prepareProcess();
+    showOutputAtOnce();
     return runProgram();
 }

@@ -25,6 +25,13 @@ void prepareProcess()
     std::set_terminate(std::abort);
 }
 
+void showOutputAtOnce()
+{
+    // A terminal is buffered by lines, and marks make no lines.
+    if (isatty(STDOUT_FILENO) != 0)
+        static_cast<void>(std::setvbuf(stdout, nullptr, _IONBF, 0));
+}
+
 void endProcess(int exitCode)
 {
     std::fflush(stdout);

@@ -12,6 +12,11 @@ void prepareProcess()
     std::set_terminate([] { std::_Exit(3); });
 }
 
+void showOutputAtOnce()
+{
+    // The runtime does not buffer a console.
+}
+
 void endProcess(int exitCode)
 {
     std::fflush(stdout);

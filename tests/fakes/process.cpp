@@ -4,6 +4,8 @@
 
 void prepareProcess() {}
 
+void showOutputAtOnce() {}
+
 void endProcess(int exitCode)
 {
     throw ProcessEnd{exitCode};

@@ -117,6 +117,7 @@ int main()
 
     armFault(describedFault());
     prepareProcess();
+    showOutputAtOnce();
     const int exitCode = runProgram();
     disarmFault();
     return exitCode;

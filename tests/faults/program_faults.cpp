@@ -11,6 +11,7 @@
 #include "tests/faults/tally.h"
 #include "tests/platform/posix/semaphore_locks.h"
 #include "tests/support/foreign_semaphore.h"
+#include "tests/support/posix/terminal.h"
 #include "tests/support/prime_check.h"
 #include "tests/support/process.h"
 
@@ -171,7 +172,8 @@ Outcome outcomeOf(const Run& run, const Ending& ending)
     return ending.exitCode == seenExitCode(-2) ? Outcome::notStarted : Outcome::wrong;
 }
 
-Ending start(const Run& run, const Fault& fault)
+// Describes the fault to the next process.
+void armForRun(const Run& run, const Fault& fault)
 {
     const std::string description = std::to_string(static_cast<int>(fault.kind)) + " " +
                                     std::to_string(fault.number) + " " +
@@ -182,6 +184,11 @@ Ending start(const Run& run, const Fault& fault)
     faultReport->foreignFrees = 0;
     faultReport->secretFrees = 0;
     setenv("NORV_FAULT_SECRET", run.base.c_str(), 1);
+}
+
+Ending start(const Run& run, const Fault& fault)
+{
+    armForRun(run, fault);
     Process process(FAULTY_NORV, run.arguments, run.streams);
     return process.wait();
 }
@@ -232,6 +239,7 @@ const std::map<std::string, std::vector<int>> errors{
     {"fread", {EIO, EINTR}},
     {"fstat", {EIO}},
     {"fwrite", {EIO}},
+    {"isatty", {ENOTTY}},
     {"linkat", {EEXIST, ENOSPC}},
     {"lstat", {EACCES}},
     {"mkdir", {EACCES, ENOSPC}},
@@ -252,6 +260,7 @@ const std::map<std::string, std::vector<int>> errors{
     {"sem_init", {ENOSPC}},
     {"sem_post", {EOVERFLOW}},
     {"sem_trywait", {EINTR}},
+    {"setvbuf", {ENOMEM}},
     {"unlink", {EACCES}},
     {"vfprintf", {ENOSPC, EINTR}},
 };
@@ -491,6 +500,25 @@ void failStreams(const Workplace& place)
     tally.expect(ending.output.find("Result:") + 7 + charactersOf(run) / 2 ==
                      ending.output.size(),
                  inWords(ending));
+}
+
+// Standard output is a terminal.
+void failOnATerminal(const Workplace& place)
+{
+    const Run run{
+        "terminal",
+        {"-threads", "1", "-base", "8001C0DE", "-stopSemaphoreName", place.semaphore}};
+    for (const std::string function : {"isatty", "setvbuf"}) {
+        const Fault fault{FaultKind::systemCall, function, 1, errors.at(function)[0]};
+        tally.where = run.name + ", " + inWords(fault);
+        Terminal terminal;
+        armForRun(run, fault);
+        Ending ending =
+            Process(shell, outputTo(terminal.path(), FAULTY_NORV, run.arguments)).wait();
+        ending.output = terminal.shown();
+        tally.count(fault, *faultReport);
+        expectOutcome(run, ending, {Outcome::result});
+    }
 }
 
 // A run that ends while its threads wait.
@@ -773,6 +801,7 @@ int failEverything(bool knownBuild)
     failWithSharedSemaphore(place);
     failMarks(place);
     failStreams(place);
+    failOnATerminal(place);
     failWithTooManyThreads(place);
     failLibraryCalls(place);
     failAllMemory(place);

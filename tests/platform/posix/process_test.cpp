@@ -1,5 +1,5 @@
-// Streams that nobody reads any more or that the caller left closed, and an end
-// that other processes must not notice.
+// Streams that nobody reads any more or that the caller left closed, output to a
+// terminal, and an end that other processes must not notice.
 #include "platform/process.h"
 
 #include "platform/named_semaphore.h"
@@ -7,6 +7,7 @@
 #include "tests/platform/posix/child.h"
 #include "tests/platform/temporary_folder.h"
 #include "tests/support/foreign_semaphore.h"
+#include "tests/support/posix/terminal.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -127,6 +128,32 @@ TEST(PrepareProcess, LeavesOpenStreamsAsTheyAre)
     EXPECT_EQ(0, child.wait());
     close(ends[0]);
     close(ends[1]);
+}
+
+// Prints a mark to the file at `path` and ends, with nothing flushed.
+int printAndEnd(const std::string& path)
+{
+    if (!std::freopen(path.c_str(), "w", stdout))
+        return 1;
+    showOutputAtOnce();
+    return std::fputs(".", stdout) == EOF ? 2 : 0;
+}
+
+TEST(ShowOutputAtOnce, LetsATerminalShowWhatIsPrinted)
+{
+    Terminal terminal;
+    Child child([&] { return printAndEnd(terminal.path()); });
+    EXPECT_EQ(0, child.wait());
+    EXPECT_EQ(".", terminal.shown());
+}
+
+TEST(ShowOutputAtOnce, LeavesAFileItsBuffer)
+{
+    const TemporaryFolder folder;
+    const std::string path = (folder / "output").string();
+    Child child([&] { return printAndEnd(path); });
+    EXPECT_EQ(0, child.wait());
+    EXPECT_EQ("", contentOf(path));
 }
 
 TEST(EndProcess, LeavesSemaphoresToTheirOtherHolders)
