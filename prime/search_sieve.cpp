@@ -21,7 +21,7 @@ constexpr std::uint32_t wordBits = 64;
 constexpr std::uint32_t largestIndex = std::uint32_t{1} << 30;
 
 // How a size is sieved. Measured: a prime is sieved while it costs less than the
-// exponentiations that it saves, and while a worker's memory stays below 64 MiB. A
+// exponentiations that it saves, and while a worker's places take 22 MB at most. A
 // slice costs about a quarter of an exponentiation, the beginning of a window at most
 // about one.
 struct Plan {

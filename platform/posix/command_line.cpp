@@ -43,8 +43,9 @@ std::size_t readArguments(char* bytes, std::size_t capacity)
     return total;
 }
 
-// One line that splits into the same arguments again: blanks separate them, and
-// quotes hold together what has a blank inside or nothing at all.
+// The arguments as one line: blanks separate them, and quotes hold together what has a
+// blank inside or nothing at all. The line has no escape for a quote. So it splits into
+// the same arguments again unless one starts with a quote, or holds a quote and a blank.
 std::string joinArguments(std::string_view arguments)
 {
     std::string line;
