@@ -603,8 +603,7 @@ void checkImports()
         failable += function.canFail ? 1 : 0;
     }
     const std::vector<std::string> imported = importsOf(NORV_PROGRAM, "OPENSSL_");
-    for (const std::string& name : imported)
-        tally.expect(wrapped.count(name) == 1, name + " is called and not wrapped");
+    checkListed(imported, wrapped, tally);
     std::cout << "libcrypto: " << imported.size() << " functions imported, "
               << wrapped.size() << " wrapped: " << failable << " can fail, "
               << wrapped.size() - static_cast<std::size_t>(failable) << " cannot\n";
