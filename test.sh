@@ -2,7 +2,8 @@
 # Tests norv, building and installing what is missing.
 #   ./test.sh           the native tests
 #   ./test.sh all       everything that CI runs: the native tests, lint, debug,
-#                       asan, tsan, memcheck, stress, faults, fuzz, windows
+#                       asan, tsan, memcheck, stress, faults, fuzz, windows,
+#                       debian13, arm64
 #   ./test.sh bench     measures, twenty to thirty minutes; not part of all
 #   ./test.sh soak [SECONDS]   real runs killed, stopped and disturbed, 300 seconds
 #   ./test.sh fuzz [SECONDS]   every fuzz target for so long, 60 seconds
@@ -138,6 +139,19 @@ task_windows() {
     tools/windows-names
 }
 
+# The native tests in a Debian 13 of their own, see tools/in-debian.
+task_debian13() { tools/in-debian trixie ./test.sh native; }
+
+# The program and the native tests built for arm64 and run under qemu.
+task_arm64() { tools/in-debian trixie+arm64 ./test.sh cross_arm64; }
+
+# In a system that has arm64's libraries beside its own.
+task_cross_arm64() {
+    tools/install build arm64
+    build arm64
+    ctest --preset arm64 -j "$jobs"
+}
+
 # Prints figures; fails only when something does not run. tools/bench has options.
 task_bench() {
     tools/install build test bench
@@ -146,7 +160,8 @@ task_bench() {
 }
 
 task_all() {
-    for task in native lint debug asan tsan memcheck stress faults fuzz windows; do
+    for task in native lint debug asan tsan memcheck stress faults fuzz windows \
+        debian13 arm64; do
         printf '\n== %s\n' "$task"
         "task_$task"
     done

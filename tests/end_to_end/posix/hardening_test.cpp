@@ -12,7 +12,7 @@ namespace
 std::string read(const std::string& option)
 {
     const Ending ending =
-        Process("/usr/bin/readelf", {"--wide", option, NORV_PROGRAM}).wait();
+        Process("/usr/bin/readelf", {"--wide", option, NORV_FILE}).wait();
     EXPECT_EQ(0, ending.exitCode) << ending.errors;
     return ending.output;
 }
