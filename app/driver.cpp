@@ -167,10 +167,10 @@ ThreadsEnd runThreads(SearchContext& context, std::int32_t threadCount)
     handles[0] = createThread(stopWatcherThreadProc, &context);
     if (handles[0])
         giveWayTo(stopWatcherReady);
-    // After one thread that cannot be made, the wait fails and the exit code stands:
-    // more attempts would only put off the end.
+    // After one worker that cannot be made the wait fails: thousands more attempts, each
+    // with a small share of the processor, would only put off the end.
     std::size_t made = 1;
-    while (made < wanted && handles[made - 1])
+    while (made < wanted && (made == 1 || handles[made - 1]))
         handles[made++] = createThread(workerThreadProc, &context);
 
     const auto waited = static_cast<int>(std::min(wanted, made));

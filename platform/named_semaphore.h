@@ -1,6 +1,8 @@
-// A counting semaphore that every process of this user can reach by name.
-// It exists from the first create until the last handle to it is closed, also
-// when its holders died: nothing outlives them that a later create would meet.
+// A counting semaphore that every process of this user can reach by name. It exists from
+// the first create until the last handle to it is closed. When its last holders died, the
+// next create makes it as new, under the name that it may still have.
+//
+// Nobody waits for another process without limit, but in waitForSemaphore.
 #pragma once
 
 // A handle to a semaphore. Owned by whoever created or opened it, until
@@ -10,7 +12,7 @@ using SemaphoreHandle = SemaphoreObject*;
 
 // Creates the semaphore with `count` of at most `maximum`, or opens the one that
 // exists as it is, whatever its count and maximum. Null when the name cannot be
-// one or the rights are missing.
+// one, the rights are missing or memory is short.
 SemaphoreHandle createNamedSemaphore(const wchar_t* name, int count, int maximum);
 
 // Opens the semaphore of that name, to release it: the one that this process holds,

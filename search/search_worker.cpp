@@ -6,6 +6,9 @@
 #include "search/stop_flag.h"
 #include "search/trace_number.h"
 
+#include <algorithm>
+#include <atomic>
+
 namespace
 {
 
@@ -20,6 +23,19 @@ bool signalStop(const wchar_t* semaphoreName)
     releaseSemaphore(semaphore);
     closeSemaphore(semaphore);
     return true;
+}
+
+// The thread that makes the workers has no more than its share of the processor. With
+// hundreds at work it would need ten times as long for the rest of a thousand. So a
+// worker gives up a turn for every 64 that began before it, at most 16.
+void leaveTurnsToTheMaker()
+{
+    static std::atomic<std::uint32_t> workersBefore{0};
+    constexpr std::uint32_t workersForATurn = 64;
+    constexpr std::uint32_t mostTurns = 16;
+    const std::uint32_t turns = std::min(workersBefore++ / workersForATurn, mostTurns);
+    for (std::uint32_t i = 0; i < turns; ++i)
+        yieldThread();
 }
 
 } // namespace
@@ -57,12 +73,7 @@ std::int32_t searchWorker(TrackedLock& lock, GenCallback* callback,
 
 std::uint32_t workerThreadProc(void* context)
 {
-    // The thread that makes the workers has no more than its share of the processor. With
-    // hundreds at work it would make the rest of a thousand in a minute, not in a second.
-    constexpr int turnsLeftToOthers = 16;
-    for (int i = 0; i < turnsLeftToOthers; ++i)
-        yieldThread();
-
+    leaveTurnsToTheMaker();
     const auto* search = static_cast<const SearchContext*>(context);
     return static_cast<std::uint32_t>(searchWorker(*search->lock, search->callback,
                                                    search->semaphoreName, search->safe));

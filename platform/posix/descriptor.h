@@ -31,12 +31,6 @@ public:
         return number_ != -1;
     }
 
-    // Leaves the closing to the caller.
-    int release()
-    {
-        return std::exchange(number_, -1);
-    }
-
 private:
     int number_;
 };

@@ -4,6 +4,7 @@
 
 #include "platform/posix/semaphore_file.h"
 #include "platform/posix/semaphore_names.h"
+#include "platform/thread.h"
 
 #include <atomic>
 #include <cerrno>
@@ -17,7 +18,7 @@
 
 struct SemaphoreObject {
     OwnedFile file;
-    std::atomic<bool> raised = false; // by this process
+    std::atomic<bool> raised = false; // by this process, or meant to be
     int holders = 1;                  // how many handles of this process it stands for
     SemaphoreObject* next = nullptr;
 };
@@ -62,11 +63,14 @@ void dropHandle(SemaphoreObject* semaphore)
     delete semaphore;
 }
 
-// Whether a wait may end without the count. Another user who may lower the count of a
-// semaphore could else keep a search from hearing of its own prime.
-bool endsWithoutCount(const SemaphoreObject& semaphore)
+// Waits on a semaphore in which another user may have written anything: the C library's
+// wait trusts what it finds there, and may never come back. Who may lower the count could
+// also keep a search from hearing of its own prime, so its own release ends the wait.
+void waitWithoutTrust(SemaphoreObject& semaphore)
 {
-    return semaphore.file->ofAnotherUser && semaphore.raised;
+    constexpr int pollMilliseconds = 20;
+    while (sem_trywait(&semaphore.file->shared->semaphore) != 0 && !semaphore.raised)
+        pauseThread(pollMilliseconds);
 }
 
 } // namespace
@@ -106,30 +110,32 @@ SemaphoreHandle openNamedSemaphore(const wchar_t* name)
 bool releaseSemaphore(SemaphoreHandle semaphore)
 {
     const std::scoped_lock lock(handlesMutex);
-    if (!raiseCount(*semaphore->file))
-        return false;
-    semaphore->raised = true;
-    return true;
+    const bool raised = raiseCount(*semaphore->file);
+    // Another user may have set the count to what cannot be raised.
+    if (raised || semaphore->file->ofAnotherUser)
+        semaphore->raised = true;
+    return raised;
 }
 
 bool waitForSemaphore(SemaphoreHandle semaphore)
 {
+    if (semaphore->file->ofAnotherUser) {
+        waitWithoutTrust(*semaphore);
+        return true;
+    }
     // In slices: a process that is woken, and killed before it takes the count, takes
     // the wake-up with it, and nobody else would ever be woken for that count.
     constexpr time_t sliceSeconds = 1;
-    for (;;) {
+    int result = 0;
+    do {
         timespec end = {};
         clock_gettime(CLOCK_MONOTONIC, &end);
         noteWait(*semaphore->file, end.tv_sec);
         end.tv_sec += sliceSeconds;
-        sem_t* counter = &semaphore->file->shared->semaphore;
-        if (sem_clockwait(counter, CLOCK_MONOTONIC, &end) == 0)
-            return true;
-        if (errno != EINTR && errno != ETIMEDOUT)
-            return false;
-        if (errno == ETIMEDOUT && endsWithoutCount(*semaphore))
-            return true;
-    }
+        result =
+            sem_clockwait(&semaphore->file->shared->semaphore, CLOCK_MONOTONIC, &end);
+    } while (result == -1 && (errno == EINTR || errno == ETIMEDOUT));
+    return result == 0;
 }
 
 void closeSemaphore(SemaphoreHandle semaphore)

@@ -5,11 +5,13 @@
 #include "platform/posix/utf8.h"
 
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <cstring>
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
+#include <iterator>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <tuple>
@@ -33,12 +35,15 @@ constexpr off_t livenessByte = 1;
 // disagree on them treat each other's files as foreign.
 constexpr char ownMark[sizeof SharedSemaphore::mark] = "norv semaphore2";
 
-constexpr std::chrono::milliseconds longestWait{500};
-bool holderIsStopped = false;
+// Whether the holder of a byte's lock has most likely been stopped, since the lock did
+// not come in time. Apart: whoever gets the one may meet the other stuck.
+bool livenessIsStuck = false;
+bool releaseIsStuck = false;
 
-std::chrono::milliseconds patience()
+std::chrono::milliseconds patience(bool isStuck)
 {
-    return holderIsStopped ? std::chrono::milliseconds{0} : longestWait;
+    constexpr std::chrono::milliseconds longestWait{500};
+    return isStuck ? std::chrono::milliseconds{0} : longestWait;
 }
 
 // Long enough for whoever starts a killed run anew.
@@ -56,13 +61,24 @@ std::string fileNameOf(const std::string& path)
     return path.substr(sizeof directory - 1);
 }
 
+// In a user namespace that does not know a file's owner, the owner is told as this one,
+// and so is a process's user. Whether they are the same cannot be seen then.
+constexpr uid_t unknownUser = 65534;
+constexpr mode_t othersMayWrite = 0022;
+
+bool isOfAnotherUser(const struct stat& status)
+{
+    return status.st_uid != geteuid() ||
+           (status.st_uid == unknownUser && (status.st_mode & othersMayWrite) != 0);
+}
+
 bool isOwn(const Descriptor& file, const struct stat& status)
 {
     char mark[sizeof ownMark] = {};
     const auto readMark = [&] {
         return pread(file.get(), mark, sizeof mark, offsetof(SharedSemaphore, mark));
     };
-    return status.st_uid == geteuid() &&
+    return status.st_uid == geteuid() && (status.st_mode & othersBits) == 0 &&
            status.st_size >= static_cast<off_t>(sizeof(SharedSemaphore)) &&
            uninterrupted(readMark) == static_cast<ssize_t>(sizeof mark) &&
            std::memcmp(mark, ownMark, sizeof mark) == 0;
@@ -132,7 +148,8 @@ OwnedFile ownFile(Descriptor descriptor, const std::string& path, ino_t inode)
                       std::move(shared), true, false});
 }
 
-OwnedFile foreignFile(Descriptor descriptor, const std::string& path, uid_t owner)
+OwnedFile foreignFile(Descriptor descriptor, const std::string& path,
+                      const struct stat& status)
 {
     auto shared = mapFile(descriptor, false);
     if (!shared)
@@ -143,7 +160,7 @@ OwnedFile foreignFile(Descriptor descriptor, const std::string& path, uid_t owne
                                                          {},
                                                          std::move(shared),
                                                          false,
-                                                         owner != geteuid()});
+                                                         isOfAnotherUser(status)});
 }
 
 enum class Lookup : std::uint8_t { found, missing, unusable };
@@ -159,9 +176,8 @@ std::pair<Lookup, OwnedFile> lookUp(const std::string& path)
         status.st_size < static_cast<off_t>(sizeof(sem_t)))
         return {Lookup::unusable, nullptr};
 
-    OwnedFile found = isOwn(file, status)
-                          ? ownFile(std::move(file), path, status.st_ino)
-                          : foreignFile(std::move(file), path, status.st_uid);
+    OwnedFile found = isOwn(file, status) ? ownFile(std::move(file), path, status.st_ino)
+                                          : foreignFile(std::move(file), path, status);
     const Lookup outcome = found ? Lookup::found : Lookup::unusable;
     return {outcome, std::move(found)};
 }
@@ -199,7 +215,11 @@ Joining joinHolders(const SemaphoreFile& file)
 // have it open: what it posts from now on counts.
 void reset(SharedSemaphore& shared, int count, int maximum)
 {
-    while (uninterrupted([&] { return sem_trywait(&shared.semaphore); }) == 0)
+    // No more than stood there: whoever posts on and on must not keep this going.
+    int left = 0;
+    sem_getvalue(&shared.semaphore, &left);
+    while (left-- > 0 &&
+           uninterrupted([&] { return sem_trywait(&shared.semaphore); }) == 0)
         continue;
     shared.maximum = maximum;
     shared.lastWait = now();
@@ -230,10 +250,12 @@ bool isIndexOurs(const std::string& index)
            status.st_uid == geteuid() && (status.st_mode & othersBits) == 0;
 }
 
+// Throws nothing, so that nothing stays behind between two links.
 bool linkTo(const Descriptor& file, const std::string& path)
 {
-    const std::string self = "/proc/self/fd/" + std::to_string(file.get());
-    return linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+    char self[32] = "/proc/self/fd/";
+    std::to_chars(self + std::strlen(self), std::end(self) - 1, file.get());
+    return linkat(AT_FDCWD, self, AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
 // Without an entry a file serves as well; only nobody will clear it away.
@@ -242,9 +264,7 @@ void enterIndex(const SemaphoreFile& file)
     // Whoever leaves last removes the folder, perhaps between two of these steps.
     constexpr int mostTries = 8;
     for (int i = 0; i < mostTries; ++i) {
-        // The mode again: the one given to mkdir is cut by the process's mask.
-        if (mkdir(file.index.c_str(), folderMode) == 0)
-            chmod(file.index.c_str(), folderMode);
+        mkdir(file.index.c_str(), folderMode);
         if (isIndexOurs(file.index) &&
             (linkTo(file.descriptor, file.indexEntry) || errno != ENOENT))
             return;
@@ -391,13 +411,13 @@ Found tryToOpen(const std::string& path)
 template <typename Try>
 OwnedFile tryPatiently(Try tryOnce)
 {
-    Tries tries(patience());
+    Tries tries(patience(livenessIsStuck));
     Found found = tryOnce();
     while (found.first == Step::waiting && tries.another())
         found = tryOnce();
     auto& [step, file] = found;
-    holderIsStopped = step == Step::waiting && file;
-    if (holderIsStopped)
+    livenessIsStuck = step == Step::waiting && file;
+    if (livenessIsStuck)
         file->own = false;
     return std::move(file);
 }
@@ -441,9 +461,9 @@ bool raiseCount(const SemaphoreFile& file)
     if (!file.own)
         return sem_post(counter) == 0;
 
-    const LockOutcome outcome =
-        lockWithin(file.descriptor, releaseByte, LockKind::exclusive, patience());
-    holderIsStopped = outcome == LockOutcome::taken;
+    const LockOutcome outcome = lockWithin(file.descriptor, releaseByte,
+                                           LockKind::exclusive, patience(releaseIsStuck));
+    releaseIsStuck = outcome == LockOutcome::taken;
     int count = 0;
     const bool raised = sem_getvalue(counter, &count) == 0 &&
                         count < file.shared->maximum && sem_post(counter) == 0;

@@ -2,9 +2,9 @@
 // reaches it. POSIX names stay until somebody removes them; this file keeps the name
 // of a semaphore made here as long as a process holds it, however that process ends.
 //
-// A semaphore is our own when its file belongs to the effective user and carries our
-// mark. Any other one is foreign: it is used as it is, without a lock, and never
-// removed. So no other user's process can hold a lock that matters here.
+// A semaphore is our own when its file belongs to the effective user, for that user
+// alone, and carries our mark. Any other one is foreign: it is used as it is, without a
+// lock, and never removed. So no other user's process can hold a lock that matters here.
 //
 // Two bytes of an own file carry locks:
 //  - liveness: every holder has it shared, from before the name appears. Whoever gets
@@ -29,8 +29,8 @@
 // in a folder of its user: to look there costs nothing for the files of others.
 //
 // A lock that another process holds is waited for half a second at most. If it did not
-// come in that time, its holder has most likely been stopped: no lock is waited for until
-// one is had again. What happens instead stands at each function.
+// come in that time, its holder has most likely been stopped: that byte's lock is not
+// waited for until it is had again. What happens instead stands at each function.
 #pragma once
 
 #include "platform/posix/descriptor.h"
@@ -64,7 +64,7 @@ struct SemaphoreFile {
     std::string indexEntry; // the second link
     std::unique_ptr<SharedSemaphore, Unmap> shared;
     bool own;
-    bool ofAnotherUser;
+    bool ofAnotherUser; // who may have put anything at all into it
 };
 
 using OwnedFile = std::unique_ptr<SemaphoreFile>;
@@ -80,7 +80,7 @@ std::string semaphorePath(const wchar_t* name);
 // and with this `maximum`; or makes it. If another process keeps the liveness to itself
 // for too long, the semaphore is used like a foreign one. Null when there can be none, or
 // when the name keeps changing hands for too long. Throws std::bad_alloc, and has then
-// changed nothing.
+// neither joined nor made one.
 OwnedFile createSemaphoreFile(const std::string& path, int count, int maximum);
 
 // Opens the semaphore at `path` as it is, as above. Null when there is none, or only an
@@ -92,8 +92,9 @@ OwnedFile openSemaphoreFile(const std::string& path);
 void noteWait(const SemaphoreFile& file, std::int64_t second);
 
 // Raises the count by one. False when it stands at its maximum, or cannot be raised.
-// When another process keeps the release lock for too long, the count is raised without
-// it: two releases at the same moment may then both succeed.
+// When another process keeps the release lock for too long, or the system has no lock to
+// give, the count is raised without it: two releases at the same moment may then both
+// succeed.
 bool raiseCount(const SemaphoreFile& file);
 
 // Ends this holder's part in keeping the name, and removes the name when it was the

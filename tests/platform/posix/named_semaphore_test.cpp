@@ -7,7 +7,10 @@
 #include "tests/platform/temporary_folder.h"
 #include "tests/support/foreign_semaphore.h"
 
+#include <array>
 #include <cerrno>
+#include <cstdint>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -302,6 +305,22 @@ TEST_F(PosixNamedSemaphore, IsNotMadeWhereAPipeStands)
     expectUnusable();
 }
 
+TEST_F(PosixNamedSemaphore, IsForeignWhenOthersMayUseIt)
+{
+    // Whoever may use it may hold its locks, too.
+    SemaphoreHandle made = create(0, 1);
+    ASSERT_NE(nullptr, made);
+    ASSERT_EQ(0, chmod(path.c_str(), 0666));
+    SemaphoreHandle created = create(0, 1);
+    ASSERT_NE(nullptr, created);
+    EXPECT_TRUE(releaseSemaphore(created));
+    EXPECT_TRUE(releaseSemaphore(created));
+    EXPECT_EQ(2, countForeign(name));
+    closeSemaphore(created);
+    closeSemaphore(made);
+    EXPECT_FALSE(exists(path));
+}
+
 TEST_F(PosixNamedSemaphore, IsNotMadeThroughALink)
 {
     const std::wstring otherName = uniqueSemaphoreName(L"target");
@@ -553,6 +572,55 @@ TEST_F(AnotherUsersSemaphore, DoesNotKeepAReleaseFromTheOneThatReleased)
     closeSemaphore(created);
 }
 
+// What another user may have written in the place of a semaphore. The words are the
+// count, the waiters and the kind of wait as the C library keeps them.
+class ForgedSemaphore : public PosixNamedSemaphore,
+                        public testing::WithParamInterface<std::array<std::uint32_t, 3>>
+{
+protected:
+    void SetUp() override
+    {
+        if (geteuid() != 0)
+            GTEST_SKIP() << "only the administrator can become another user";
+        Child forger([this] {
+            std::array<char, sizeof(sem_t)> image{};
+            std::memcpy(image.data(), GetParam().data(), sizeof(GetParam()));
+            if (setuid(65534) != 0)
+                return 1;
+            const int file = ::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY, 0666);
+            const bool written = write(file, image.data(), image.size()) ==
+                                 static_cast<ssize_t>(image.size());
+            return written && fchmod(file, 0666) == 0 ? 0 : 2;
+        });
+        ASSERT_EQ(0, forger.wait());
+    }
+};
+
+TEST_P(ForgedSemaphore, HoldsNobodyUp)
+{
+    Child child([this] {
+        SemaphoreHandle semaphore = create(0, 1);
+        if (!semaphore)
+            return 1;
+        releaseSemaphore(semaphore);
+        const bool waited = waitForSemaphore(semaphore);
+        closeSemaphore(semaphore);
+        return waited ? 0 : 2;
+    });
+    // The C library ends a process that wakes somebody by a word that makes no sense.
+    const int exitCode = child.wait();
+    EXPECT_TRUE(exitCode == 0 || (exitCode == -1 && GetParam()[2] != 0)) << exitCode;
+    EXPECT_TRUE(exists(path));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Images, ForgedSemaphore,
+    testing::Values(std::array<std::uint32_t, 3>{0, 0xFFFFFFFF, 137}, // no wake ever
+                    std::array<std::uint32_t, 3>{0, 0xFFFFFFFF, 128}, // wakes nobody
+                    std::array<std::uint32_t, 3>{0, 0, 137},          // waits without end
+                    std::array<std::uint32_t, 3>{0x7FFFFFFF, 0, 0},   // cannot be raised
+                    std::array<std::uint32_t, 3>{0, 1, 0}));
+
 TEST_F(PosixNamedSemaphore, IsReleasedThoughTheHolderOfItsReleaseLockIsStopped)
 {
     SemaphoreHandle semaphore = create(0, 2);
@@ -565,6 +633,27 @@ TEST_F(PosixNamedSemaphore, IsReleasedThoughTheHolderOfItsReleaseLockIsStopped)
     EXPECT_EQ(2, countForeign(name));
     closeSemaphore(semaphore);
     EXPECT_FALSE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, IsReleasedAtOnceAgainWhereAStoppedHolderWasWaitedFor)
+{
+    // Opened anew each time, as by one worker after another: only the first one waits.
+    // With a wait for each this takes longer than a test may.
+    SemaphoreHandle semaphore = create(0, 1000);
+    ASSERT_NE(nullptr, semaphore);
+    const StoppedHolder holder(path, releaseByte);
+    ASSERT_TRUE(holder.isStopped());
+    Child child([this] {
+        for (int i = 0; i < 1000; ++i) {
+            SemaphoreHandle opened = open();
+            if (!opened || !releaseSemaphore(opened))
+                return 1;
+            closeSemaphore(opened);
+        }
+        return 0;
+    });
+    EXPECT_EQ(0, child.wait());
+    closeSemaphore(semaphore);
 }
 
 TEST_F(PosixNamedSemaphore, IsUsedAsItIsWhileOneThatWouldTakeItOverIsStopped)
@@ -665,8 +754,16 @@ TEST_F(FolderOfLinks, HoldsALinkAndVanishesWithTheLast)
 
 TEST_F(FolderOfLinks, IsTheUsersAloneWhateverTheMask)
 {
-    const mode_t former = umask(0777);
+    const mode_t former = umask(0077);
     expectUsable(true);
+    umask(former);
+    EXPECT_FALSE(exists(folder));
+}
+
+TEST_F(FolderOfLinks, IsDoneWithoutWhenTheMaskTakesItsRights)
+{
+    const mode_t former = umask(0777);
+    expectUsable(false);
     umask(former);
     EXPECT_FALSE(exists(folder));
 }
