@@ -24,6 +24,22 @@ build() { # PRESET OPTION…
     ) 9>build/.lock
 }
 
+# Runs a task. When the script ends, however it does, the seconds of each are printed.
+timed() { # TASK
+    trap print_times EXIT
+    running=$1 began=$SECONDS
+    "task_$1"
+    times+=("$((SECONDS - began))" "$1")
+    running=
+}
+
+times=()
+print_times() {
+    [ -z "$running" ] || times+=("$((SECONDS - began))" "$running, which failed")
+    printf '\n seconds  task\n'
+    printf '%8d  %s\n' "${times[@]}" "$SECONDS" 'in all'
+}
+
 run_tests() { # PRESET
     tools/install build test
     build "$1"
@@ -163,7 +179,7 @@ task_all() {
     for task in native lint debug asan tsan memcheck stress faults fuzz windows \
         debian13 arm64; do
         printf '\n== %s\n' "$task"
-        "task_$task"
+        timed "$task"
     done
     printf '\nAll of it passed.\n'
 }
