@@ -20,6 +20,9 @@ build() {
     cd "$root"
     tools/install build
     mkdir -p build
+    # For its owner alone: whoever may open the lock may hold everybody up.
+    [ -e build/.lock ] || (umask 077 && : >>build/.lock)
+    chmod go= build/.lock
     exec 9>build/.lock
     flock 9
     # A warning that only a newer compiler gives keeps nobody from running norv.

@@ -17,6 +17,8 @@ jobs=$(nproc)
 
 build() { # PRESET OPTION…
     mkdir -p build
+    [ -e build/.lock ] || (umask 077 && : >>build/.lock)
+    chmod go= build/.lock
     (
         flock 9
         cmake --preset "$@" -DNORV_TESTS=ON

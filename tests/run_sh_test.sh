@@ -72,6 +72,7 @@ chmod 755 "$folder/bin/cmake"
 as_nobody env PATH="$folder/bin:$PATH" "$folder/own/run.sh" "${search[@]}"
 expect 'result of what is built anew' "$result" "$(cat "$folder/output")"
 expect 'exit status of what is built anew' 12 "$(cat "$folder/status")"
+expect 'rights to the lock of what is built anew' 600 "$(stat -c %a "$folder/own/build/.lock")"
 
 # Neither packages nor sudo are there.
 mkdir "$folder/few"
