@@ -22,7 +22,7 @@ build() {
     mkdir -p build
     # For its owner alone: whoever may open the lock may hold everybody up.
     [ -e build/.lock ] || (umask 077 && : >>build/.lock)
-    chmod go= build/.lock
+    chmod go= build/.lock 2>/dev/null || true # not its owner
     exec 9>build/.lock
     flock 9
     # A warning that only a newer compiler gives keeps nobody from running norv.
