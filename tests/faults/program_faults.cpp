@@ -369,14 +369,13 @@ void plant(const Workplace& place, const std::string& path, std::string image)
     image.replace(image.find(place.file), name.size(), name);
     std::ofstream(path, std::ios::binary) << image;
     chmod(path.c_str(), 0600);
-    makeOld(path);
     struct stat status = {};
     stat(path.c_str(), &status);
     mkdir(folderOfLinks().c_str(), 0700);
     const std::string entry =
         folderOfLinks() + "/" + std::to_string(status.st_ino) + "." + name;
-    if (link(path.c_str(), entry.c_str()) != 0 && errno != EEXIST)
-        throw std::runtime_error("no second link");
+    if (!makeOld(path) || (link(path.c_str(), entry.c_str()) != 0 && errno != EEXIST))
+        throw std::runtime_error("no abandoned semaphore");
 }
 
 // Every call around the semaphore, with one of that name and one of another name left

@@ -64,8 +64,8 @@ public:
     void checkNames()
     {
         for (const std::wstring& name : names_)
-            if (existsForeign(name))
-                makeOld(semaphoreFilePath(name));
+            if (existsForeign(name) && !makeOld(semaphoreFilePath(name)))
+                ++tally_.wrong;
         search(freshName());
         for (const std::wstring& name : names_)
             if (existsForeign(name))

@@ -686,7 +686,7 @@ TEST_F(PosixNamedSemaphore, IsOpenedAsItIsWhileOneThatWouldRemoveItIsStopped)
 TEST_F(PosixNamedSemaphore, IsClearedAwayLaterWhenItsHolderIsStoppedMeanwhile)
 {
     createAndDie(0);
-    makeOld(path);
+    ASSERT_TRUE(makeOld(path));
     const std::wstring otherName = uniqueSemaphoreName(L"another");
     {
         const StoppedHolder holder(path, livenessByte);
@@ -823,7 +823,7 @@ TEST_F(PosixNamedSemaphore, StartsAfreshAfterAWaitingHolderWasKilled)
 TEST_F(PosixNamedSemaphore, ClearsOtherNamesOfKilledHoldersAway)
 {
     createAndDie(0);
-    makeOld(path);
+    ASSERT_TRUE(makeOld(path));
     const std::wstring otherName = uniqueSemaphoreName(L"another");
     SemaphoreHandle other = createNamedSemaphore(otherName.c_str(), 0, 1);
     ASSERT_NE(nullptr, other);
@@ -847,7 +847,8 @@ TEST_F(PosixNamedSemaphore, IsNotTakenForAnOldOneWhileSomebodyWaits)
     const Gate created;
     Child child([&] {
         SemaphoreHandle semaphore = create(0, 1);
-        makeOld(path);
+        if (!makeOld(path))
+            return 1;
         created.open();
         waitForSemaphore(semaphore);
         return 0;
@@ -867,7 +868,7 @@ TEST_F(PosixNamedSemaphore, ClearsAwayWhatWasLeftOfItsOwnNameWithoutTheName)
     const std::string entry = "/dev/shm/norv-" + std::to_string(geteuid()) + "/" +
                               std::to_string(inodeOf(path)) + ".sem." + narrow(name);
     EXPECT_TRUE(exists(entry));
-    makeOld(path);
+    ASSERT_TRUE(makeOld(path));
     removeForeign(name);
     SemaphoreHandle semaphore = create(0, 1);
     ASSERT_NE(nullptr, semaphore);

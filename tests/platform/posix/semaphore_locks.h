@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <ctime>
 #include <fcntl.h>
-#include <stdexcept>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -48,17 +47,18 @@ inline bool isHeld(const std::string& path)
     return asked && lock.l_type == F_RDLCK;
 }
 
-// Makes the semaphore one that nobody has waited on for an hour.
-inline void makeOld(const std::string& path)
+// Makes the semaphore one that nobody has waited on for an hour. False when it cannot.
+inline bool makeOld(const std::string& path)
 {
     const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
     const std::int64_t second = now.tv_sec - 3600;
-    if (pwrite(file, &second, sizeof second, offsetof(SharedSemaphore, lastWait)) !=
-        static_cast<ssize_t>(sizeof second))
-        throw std::runtime_error("no semaphore to make old: " + path);
+    const bool written =
+        pwrite(file, &second, sizeof second, offsetof(SharedSemaphore, lastWait)) ==
+        static_cast<ssize_t>(sizeof second);
     close(file);
+    return written;
 }
 
 // A process that holds one byte's lock alone, and has been stopped.
