@@ -702,7 +702,8 @@ TEST_F(PosixNamedSemaphore, IsClearedAwayLaterWhenItsHolderIsStoppedMeanwhile)
 class FolderOfLinks : public PosixNamedSemaphore
 {
 protected:
-    static constexpr uid_t user = 64321;
+    // Of this process alone: tests run side by side.
+    const uid_t user = 1'000'000 + static_cast<uid_t>(getpid());
 
     void SetUp() override
     {
