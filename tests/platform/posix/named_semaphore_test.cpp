@@ -686,11 +686,12 @@ TEST_F(PosixNamedSemaphore, IsOpenedAsItIsWhileOneThatWouldRemoveItIsStopped)
 TEST_F(PosixNamedSemaphore, IsClearedAwayLaterWhenItsHolderIsStoppedMeanwhile)
 {
     createAndDie(0);
-    ASSERT_TRUE(makeOld(path));
     const std::wstring otherName = uniqueSemaphoreName(L"another");
     {
+        // Old only when it is held: other tests clear old ones away, too.
         const StoppedHolder holder(path, livenessByte);
         ASSERT_TRUE(holder.isStopped());
+        ASSERT_TRUE(makeOld(path));
         closeSemaphore(createNamedSemaphore(otherName.c_str(), 0, 1));
         EXPECT_TRUE(exists(path));
     }
