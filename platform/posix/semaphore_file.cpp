@@ -187,12 +187,19 @@ std::pair<Lookup, OwnedFile> lookUp(const std::string& path)
 // the file over or to remove it.
 enum class Joining : std::uint8_t { joined, changed, heldAlone, abandoned, failed };
 
+Joining joinedAs(Name name)
+{
+    if (name == Name::unknown)
+        return Joining::failed;
+    return name == Name::ofFile ? Joining::joined : Joining::changed;
+}
+
 // Takes a part in the file's liveness.
 Joining join(const SemaphoreFile& file)
 {
     switch (tryLock(file.descriptor, livenessByte, LockKind::shared)) {
     case LockOutcome::held:
-        return isNamed(file) ? Joining::joined : Joining::changed;
+        return joinedAs(lookAtName(file.path, file.descriptor));
     case LockOutcome::taken:
         return Joining::heldAlone;
     default:
@@ -234,11 +241,8 @@ Joining takeOverOrJoin(const SemaphoreFile& file, int count, int maximum)
     const LockOutcome alone = tryLock(file.descriptor, livenessByte, LockKind::exclusive);
     if (alone == LockOutcome::failed)
         return Joining::failed;
-    if (alone == LockOutcome::held) {
-        if (!isNamed(file))
-            return Joining::changed;
+    if (alone == LockOutcome::held && isNamed(file))
         reset(*file.shared, count, maximum);
-    }
     return join(file);
 }
 
@@ -408,16 +412,22 @@ Found tryToOpen(const std::string& path)
     return joinWhatIsThere(std::move(file), joining);
 }
 
-// Tries until something comes of it or patience ends.
+// Tries until something comes of it or one process has kept the file for too long. A name
+// that changed hands meanwhile only shows that others got on.
 template <typename Try>
 OwnedFile tryPatiently(Try tryOnce)
 {
     Tries tries(patience(livenessIsStuck));
     Found found = tryOnce();
-    while (found.first == Step::waiting && tries.another())
+    while (found.first == Step::waiting) {
+        if (!found.second)
+            tries = Tries(patience(livenessIsStuck));
+        if (!tries.another() && found.second)
+            break;
         found = tryOnce();
+    }
     auto& [step, file] = found;
-    livenessIsStuck = step == Step::waiting && file;
+    livenessIsStuck = step == Step::waiting;
     if (livenessIsStuck)
         file->own = false;
     return std::move(file);

@@ -78,9 +78,8 @@ std::string semaphorePath(const wchar_t* name);
 // Clears away the user's semaphores of other names that were abandoned a minute ago. Then
 // opens the one at `path` as it is; or takes an abandoned one over, drained to `count`
 // and with this `maximum`; or makes it. If another process keeps the liveness to itself
-// for too long, the semaphore is used like a foreign one. Null when there can be none, or
-// when the name keeps changing hands for too long. Throws std::bad_alloc, and has then
-// neither joined nor made one.
+// for too long, the semaphore is used like a foreign one. Null when there can be none.
+// Throws std::bad_alloc, and has then neither joined nor made one.
 OwnedFile createSemaphoreFile(const std::string& path, int count, int maximum);
 
 // Opens the semaphore at `path` as it is, as above. Null when there is none, or only an
