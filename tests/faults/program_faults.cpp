@@ -349,18 +349,6 @@ std::string folderOfLinks()
     return "/dev/shm/norv-" + std::to_string(geteuid());
 }
 
-// Lets a run clear away whatever killed ones have left, the folder of links too.
-void clearAwayWhatIsAbandoned(const Workplace& place)
-{
-    if (!fs::exists(folderOfLinks()))
-        return;
-    for (const auto& entry : fs::directory_iterator(folderOfLinks()))
-        makeOld(entry.path());
-    Process(NORV_PROGRAM, {"-stopSemaphoreName", place.semaphore, "-base", "80",
-                           "-threads", "1", "-noPrompt"})
-        .wait();
-}
-
 // Puts it there anew as the one of that path's name, with its second link.
 void plant(const Workplace& place, const std::string& path, std::string image)
 {
@@ -404,8 +392,7 @@ void failAroundTheSemaphore(const Workplace& place)
                               "sem_init", "sem_post", "sem_clockwait",  "unlink"};
     failSystemCalls(run, functions, prepare, check);
     // The abandoned one is taken over; without one the semaphore is made.
-    const auto prepareNothing = [&] {
-        clearAwayWhatIsAbandoned(place);
+    const auto prepareNothing = [] {
     };
     failSystemCalls(run, functions, prepareNothing, check);
 }

