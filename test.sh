@@ -153,7 +153,7 @@ task_windows() {
 
     build release
     tools/with-wine tests/end_to_end/same_results.sh \
-        build/release/norv 'wine build/windows/norv.exe'
+        build/release/norv 'tools/start-in-wine build/windows/norv.exe'
     tools/windows-names
 }
 
