@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Builds norv where needed and runs it with the arguments given. Its standard
-# streams and exit status pass through; build messages go to standard error.
-# Who may not write to the tree runs what others have built.
+# Builds norv if it is not built yet, and runs it with the arguments given. Its
+# standard streams and exit status pass through; build messages go to standard error.
+# Installs the Debian packages that are missing, with sudo if the user is not root.
+# A user who may not write to the tree runs what another user has built.
 set -euo pipefail
 
 unset CDPATH
@@ -20,19 +21,19 @@ build() {
     cd "$root"
     tools/install build
     mkdir -p build
-    # For its owner alone: whoever may open the lock may hold everybody up.
+    # The lock is for its owner alone: whoever can open it can hold up everybody.
     [ -e build/.lock ] || (umask 077 && : >>build/.lock)
-    chmod go= build/.lock 2>/dev/null || true # not its owner
+    chmod go= build/.lock 2>/dev/null || true # this user is not its owner
     exec 9>build/.lock
     flock 9
-    # A warning that only a newer compiler gives keeps nobody from running norv.
+    # A warning that only a newer compiler gives must not keep anybody from running norv.
     [ -e build/release/build.ninja ] ||
         cmake --preset release -DNORV_TESTS=OFF -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF
     cmake --build --preset release --target norv
 }
 
 if may_build; then
-    # In a shell of its own: the program starts in the caller's folder.
+    # In a subshell, so that the program starts in the caller's folder.
     (build) </dev/null >&2
 elif [ ! -x "$program" ]; then
     echo "run.sh: norv is not built, and $(id -un) may not write to $root:" \

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
-# Tests norv, building and installing what is missing.
+# Tests norv. Builds what is missing, and installs the Debian packages that are
+# missing, with sudo if the user is not root.
 #   ./test.sh           the native tests
 #   ./test.sh all       everything that CI runs: the native tests, lint, debug,
 #                       asan, tsan, memcheck, stress, faults, fuzz, windows,
 #                       debian13, arm64
-#   ./test.sh bench     measures, twenty to thirty minutes; not part of all
-#   ./test.sh soak [SECONDS]   real runs killed, stopped and disturbed, 300 seconds
-#   ./test.sh fuzz [SECONDS]   every fuzz target for so long, 60 seconds
-#   ./test.sh coverage  the lines that the tests and the faults run, by file
+#   ./test.sh bench     measures for twenty to thirty minutes; not part of all
+#   ./test.sh soak [SECONDS]   real runs killed, stopped and disturbed, for 300 seconds
+#   ./test.sh fuzz [SECONDS]   each fuzz target for 60 seconds
+#   ./test.sh coverage  the lines that the tests and the fault programs run, by file
 #   ./test.sh TASK…     the tasks named
 set -euo pipefail
 unset CDPATH
@@ -18,7 +19,7 @@ jobs=$(nproc)
 build() { # PRESET OPTION…
     mkdir -p build
     [ -e build/.lock ] || (umask 077 && : >>build/.lock)
-    chmod go= build/.lock 2>/dev/null || true # not its owner
+    chmod go= build/.lock 2>/dev/null || true # this user is not its owner
     (
         flock 9
         cmake --preset "$@" -DNORV_TESTS=ON
@@ -26,7 +27,8 @@ build() { # PRESET OPTION…
     ) 9>build/.lock
 }
 
-# Runs a task. When the script ends, however it does, the seconds of each are printed.
+# Runs a task. The seconds of each task are printed when the script ends, for whatever
+# reason.
 timed() { # TASK
     trap print_times EXIT
     running=$1 began=$SECONDS
@@ -59,15 +61,15 @@ task_debug() {
 
 task_lint() {
     tools/install build test lint bench
-    # For its list of compile commands only; clang-tidy cannot read g++'s
-    # precompiled headers.
+    # Only the list of compile commands is needed. It must not use g++'s precompiled
+    # headers, which clang-tidy cannot read.
     cmake --preset release -B build/lint -DNORV_TESTS=ON -DNORV_BENCH=ON \
         -DNORV_FUZZ=ON -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
     tools/lint
 }
 
-# The end-to-end tests with the program under memcheck, which runs one thread at a time
-# and some twenty times slower.
+# The end-to-end tests with the program under memcheck. memcheck runs one thread at a
+# time, some twenty times slower.
 task_memcheck() {
     tools/install build test memcheck
     build memcheck
@@ -75,22 +77,23 @@ task_memcheck() {
     mkdir -p build/memcheck/findings
     local failed=0
     ctest --preset memcheck -j "$jobs" || failed=1
-    # Runs that were killed have no exit code to tell by. A program started without a
-    # standard output may write to this file: only memcheck's own lines count.
+    # A killed run has no exit code that could report a finding, so the files are read.
+    # A program that was started without a standard output may write to its file, too:
+    # only memcheck's own lines count.
     [ -n "$(ls build/memcheck/findings)" ] &&
         ! grep -rh '^==' build/memcheck/findings && [ $failed = 0 ]
 }
 
-# Many whole runs in a row, each result checked; then runs with more threads
-# than one wait can take.
+# Many whole runs in a row, with each result checked. Then runs with more threads than
+# one wait can take.
 task_stress() {
     tools/install build test
     build release
     build/release/tests/end_to_end/norv_stress
 }
 
-# Every call that can fail does so once: in searches inside one process, then in
-# whole runs. Prints how many did.
+# Every call that can fail is made to fail once: in searches inside one process, then in
+# whole runs. Prints how many failed.
 task_faults() {
     tools/install build test
     build release
@@ -107,13 +110,13 @@ task_soak() { # [SECONDS]
     build/release/tests/soak/norv_soak "$@"
 }
 
-# Findings lie in build/fuzz/findings, one file an input: the target runs one again
-# when it is given its path.
+# Findings are in build/fuzz/findings, one file for each input. To run an input again,
+# give the target the path of its file.
 task_fuzz() { # [SECONDS]
     tools/install build test fuzz
     build fuzz
     mkdir -p build/fuzz/findings
-    # shellcheck disable=SC2016 # each shell's own
+    # shellcheck disable=SC2016 # the inner shell expands these
     printf '%s\n' command_line engine hex_text input_stream |
         xargs -P 2 -I TARGET bash -c '
             mkdir -p build/fuzz/corpus/TARGET
@@ -128,8 +131,8 @@ task_fuzz() { # [SECONDS]
             "${1:-60}"
 }
 
-# Fails below the share of lines, in percent, that the tests are known to run. Most of
-# what fails never fails elsewhere, so the programs that let calls fail count, too.
+# Fails when the tests run less than this share of the lines, in percent. The fault
+# programs count, too: only there do most of the calls fail.
 task_coverage() {
     tools/install build test coverage
     build coverage
@@ -140,8 +143,8 @@ task_coverage() {
     tools/coverage 99
 }
 
-# The program and all tests built for Windows and run under Wine; then both
-# systems' programs and lists of tests compared.
+# Builds the program and all tests for Windows and runs them under Wine. Then compares
+# the programs of both systems, and their lists of tests.
 task_windows() {
     tools/install build test windows
     local openssl gmp
@@ -160,17 +163,17 @@ task_windows() {
 # The native tests in a Debian 13 of their own, see tools/in-debian.
 task_debian13() { tools/in-debian trixie ./test.sh native; }
 
-# The program and the native tests built for arm64 and run under qemu.
+# The program and the native tests, built for arm64 and run under qemu.
 task_arm64() { tools/in-debian trixie+arm64 ./test.sh cross_arm64; }
 
-# In a system that has arm64's libraries beside its own.
+# Runs in a system that has arm64's libraries beside its own.
 task_cross_arm64() {
     tools/install build arm64
     build arm64
     ctest --preset arm64 -j "$jobs"
 }
 
-# Prints figures; fails only when something does not run. tools/bench has options.
+# Prints figures, and fails only when something does not run. tools/bench has options.
 task_bench() {
     tools/install build test bench
     build release -DNORV_BENCH=ON
@@ -186,7 +189,7 @@ task_all() {
     printf '\nAll of it passed.\n'
 }
 
-# The tasks that take a number of seconds.
+# Tasks that accept a number of seconds.
 if [ $# = 2 ] && [[ $1 =~ ^(soak|fuzz)$ && $2 =~ ^[0-9]+$ ]]; then
     "task_$1" "$2"
     exit

@@ -1,7 +1,8 @@
-# What `cpack` puts into the archive for Windows.
+# The content of the archive for Windows that `cpack` makes.
 install(TARGETS norv RUNTIME DESTINATION .)
 install(FILES README.md LICENSE DESTINATION .)
-# The program holds libcrypto. Beside the library where tools/openssl-windows built it.
+# The program contains libcrypto, so its licence goes with it. tools/openssl-windows puts
+# the licence beside the library.
 set(openssl_licence ${OPENSSL_INCLUDE_DIR}/../LICENSE.txt)
 if(EXISTS ${openssl_licence})
   install(FILES ${openssl_licence} DESTINATION . RENAME LICENSE-OpenSSL.txt)

@@ -1,14 +1,14 @@
 # GoogleTest and GMP, which only the tests use, as GTest::gtest, GTest::gtest_main
-# and gmp. GMP_ROOT_DIR says where GMP lies when it is not the system's.
+# and gmp. GMP_ROOT_DIR names GMP's folder when it is not the system's GMP.
 
-# A cross-compiler has no GoogleTest of its own: Debian ships the sources.
+# A cross-compiler has no built GoogleTest, but Debian has its sources as a package.
 set(googletest_sources /usr/src/googletest)
 if(CMAKE_CROSSCOMPILING AND EXISTS ${googletest_sources})
   set(BUILD_GMOCK OFF CACHE BOOL "" FORCE)
   set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
   add_subdirectory(${googletest_sources} ${PROJECT_BINARY_DIR}/googletest
                    EXCLUDE_FROM_ALL)
-  # Its warnings are not ours to mend.
+  # norv does not fix GoogleTest's warnings.
   set_target_properties(gtest gtest_main PROPERTIES COMPILE_WARNING_AS_ERROR OFF)
 else()
   find_package(GTest REQUIRED)

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Runs run.sh and tools/install as a user who may not write to the tree, may not
-# install, or may. The other user's rights need root: without it, skipped with 77.
-# Usage: run_sh_test.sh ROOT PROGRAM   (the tree, and norv as it is built)
+# Runs run.sh and tools/install as a user who may not write to the tree, as one who may
+# not install packages, and as one who may write. Only root can run them as another user:
+# without root the test is skipped, with status 77.
+# Usage: run_sh_test.sh ROOT PROGRAM   (the tree, and the built norv)
 set -euo pipefail
 root=$1
 program=$2
@@ -16,7 +17,7 @@ chmod 755 "$folder"
 umask 022
 failures=0
 
-# A tree with the scripts alone, owned by USER.
+# Makes a tree that holds only the scripts and belongs to USER.
 make_tree() { # NAME USER
     mkdir -p "$folder/$1/tools"
     cp "$root/run.sh" "$folder/$1/"
@@ -24,7 +25,8 @@ make_tree() { # NAME USER
     chown -R "$2" "$folder/$1"
 }
 
-# Its output, its errors and its exit status go to files of these names.
+# Runs the command as nobody. Its output, its errors and its exit status go to the files
+# output, errors and status.
 as_nobody() { # COMMAND…
     local status=0
     (cd / && setpriv --reuid=nobody --regid=nogroup --clear-groups -- "$@") \
@@ -59,7 +61,7 @@ expect 'errors where nothing is built' \
     "$(cat "$folder/errors")"
 expect 'exit status where nothing is built' 1 "$(cat "$folder/status")"
 
-# A user who may write builds: here with a cmake that puts the finished program there.
+# A user who may write builds. Here a stand-in for cmake copies the finished program.
 make_tree own nobody
 printf '#!/bin/sh\n' >"$folder/own/tools/install"
 mkdir "$folder/bin"
@@ -74,7 +76,7 @@ expect 'result of what is built anew' "$result" "$(cat "$folder/output")"
 expect 'exit status of what is built anew' 12 "$(cat "$folder/status")"
 expect 'rights to the lock of what is built anew' 600 "$(stat -c %a "$folder/own/build/.lock")"
 
-# Neither packages nor sudo are there.
+# The packages are missing, and there is no sudo.
 mkdir "$folder/few"
 ln -s "$(command -v bash)" "$(command -v id)" "$folder/few/"
 as_nobody env PATH="$folder/few" bash "$folder/bare/tools/install" build

@@ -1,10 +1,10 @@
-# Sourced by the tools that build a library for Windows from Debian's source
-# packages. What they build lies in the user's cache, outside this tree, so that a
+# The tools that build a library for Windows from Debian's source packages source this
+# file. They keep what they build in the user's cache, outside this tree, so that a
 # clean checkout finds it again.
 # shellcheck shell=bash
 
-# built_before NAME VERSION…: the folder of the first of these versions that the
-# cache holds, printed; fails when it holds none.
+# built_before NAME VERSION…: prints the folder of the first of these versions that the
+# cache holds. Fails when it holds none of them.
 built_before() {
     local name=$1 version
     shift
@@ -17,9 +17,9 @@ built_before() {
     return 1
 }
 
-# fetch_source PACKAGE VERSION…: unpacks the first of these versions that Debian's
-# own archive serves into "$work/source", whatever the machine's apt set-up, and
-# sets `version`.
+# fetch_source PACKAGE VERSION…: unpacks into "$work/source" the first of these versions
+# that Debian's own archive serves, and sets `version`. The machine's apt configuration
+# does not matter.
 fetch_source() {
     local package=$1
     shift
@@ -45,8 +45,8 @@ fetch_source() {
     return 1
 }
 
-# logged COMMAND…: runs it in a shell of its own and shows the end of what it said
-# only when it fails. The command must tell failures itself: `set -e` rests.
+# logged COMMAND…: runs the command in a subshell, and shows the end of its output only
+# when it fails. The command must return its failures itself: `set -e` has no effect here.
 logged() {
     ("$@") >"$work/log" 2>&1 || {
         tail -40 "$work/log" >&2

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs two builds of the program on the same bases, one worker each, and compares
-# the bytes of their results and their exit codes as the shell sees them.
+# Runs two builds of the program on the same bases, with one worker each. Compares the
+# bytes of their results, and their exit codes as the shell sees them.
 # Usage: same_results.sh FIRST SECOND   (each a command, split at blanks)
 set -euo pipefail
 read -ra first <<<"$1"
@@ -16,7 +16,7 @@ random_base() { # BYTES
     echo "$digits"
 }
 
-# The result, then the exit code in a line of its own.
+# Prints the result, then the exit code on a line of its own.
 result_of() { # NAME COMMAND…
     local code=0
     "${@:2}" -stopSemaphoreName "same_results_$$_$1" -noPrompt -threads 1 || code=$?
@@ -25,7 +25,7 @@ result_of() { # NAME COMMAND…
 
 failures=0
 for ((run = 0; run < runs; ++run)); do
-    # Safe primes grow rare: of 128 to 256 bits but for a few of 512.
+    # Large safe primes are rare: most of these have 128 to 256 bits, and a few 512.
     arguments=(-base)
     if ((run % 2 == 0)); then
         arguments+=("$(random_base $((16 + RANDOM % 113)))")

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Stands in for the program in the memcheck build: runs it under memcheck. What memcheck
-# finds goes to build/memcheck/findings, and the exit code is then 77.
+# In the memcheck build the tests start this script as the program. It runs the program
+# under memcheck. memcheck's findings go to build/memcheck/findings, and the exit code is
+# then 77.
 set -euo pipefail
 build=$(dirname "${BASH_SOURCE[0]}")/../../build/memcheck
 exec valgrind --quiet --error-exitcode=77 --leak-check=full \
