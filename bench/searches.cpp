@@ -15,6 +15,7 @@
 #include "bench/bases.h"
 #include "bench/exponentiations.h"
 #include "bench/peers.h"
+#include "prime/events.h"
 #include "prime/prime_generation.h"
 #include "prime/shortcuts.h"
 
@@ -99,7 +100,7 @@ int modeOf(const Options& options)
 int countCandidates(int event, int number, BN_GENCB* callback)
 {
     Progress& progress = *static_cast<Progress*>(BN_GENCB_get_arg(callback));
-    if (event != 0)
+    if (event != candidateEvent)
         return 1;
     if (progress.limit != 0 && number >= progress.limit)
         return 0;

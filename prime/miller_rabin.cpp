@@ -1,5 +1,6 @@
 #include "prime/miller_rabin.h"
 
+#include "prime/events.h"
 #include "prime/random_below.h"
 #include "prime/shortcuts.h"
 
@@ -177,7 +178,7 @@ int millerRabin(const BIGNUM* w, int checks, BN_CTX* context, GenCallback* callb
             *status = primeTestComposite;
             return 1;
         }
-        if (!BN_GENCB_call(callback, 1, i))
+        if (!BN_GENCB_call(callback, iterationEvent, i))
             return 0;
     }
     *status = primeTestProbablePrime;

@@ -1,5 +1,6 @@
 #include "prime/prime_generation.h"
 
+#include "prime/events.h"
 #include "prime/miller_rabin.h"
 #include "prime/search_sieve.h"
 
@@ -29,7 +30,7 @@ Verdict testSafe(const BIGNUM* candidate, BIGNUM* half, int checks, int number,
             if (verdict != Verdict::accepted)
                 return verdict;
         }
-        if (!BN_GENCB_call(callback, 2, number))
+        if (!BN_GENCB_call(callback, turnEvent, number))
             return Verdict::failed;
     }
     return Verdict::accepted;
@@ -68,7 +69,7 @@ int generatePrime(BIGNUM* candidate, int /*ignoredBits*/, int mode,
     for (int counter = 0;; ++counter) {
         if (!nextSievedCandidate(sieve, candidate, mode, residues.get(), context))
             return 0;
-        if (!BN_GENCB_call(callback, 0, counter))
+        if (!BN_GENCB_call(callback, candidateEvent, counter))
             return 0;
         // A known factor stands in for the test that would find it composite. A test
         // whose witnesses repeat might not.

@@ -1,6 +1,7 @@
 #include "search/generation_callback.h"
 
 #include "platform/file.h"
+#include "prime/events.h"
 #include "search/print.h"
 #include "search/settings.h"
 #include "search/stop_flag.h"
@@ -25,10 +26,11 @@ void appendMark(const wchar_t* path, char mark)
 char progressChar(int event)
 {
     switch (event) {
-    case 1:
+    case iterationEvent:
         return '*';
-    case 2:
+    case turnEvent:
         return '!';
+    case candidateEvent:
     default:
         return '.';
     }

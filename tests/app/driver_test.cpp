@@ -1,4 +1,5 @@
 // What the driver makes of a command line, with threads that never run.
+#include "prime/events.h"
 #include "prime/shortcuts.h"
 #include "search/search_worker.h"
 #include "search/tracked_lock.h"
@@ -324,9 +325,9 @@ TEST_F(Driver, GivesTheThreadsACallbackThatCarriesTheStopFlag)
     fakeThreads.wait = [&](int) {
         const auto* context =
             static_cast<const SearchContext*>(fakeThreads.created.at(0).argument);
-        answer = BN_GENCB_call(context->callback, 0, 0);
+        answer = BN_GENCB_call(context->callback, candidateEvent, 0);
         stopFlagOf(context->callback) = 1;
-        answerWhenStopped = BN_GENCB_call(context->callback, 0, 0);
+        answerWhenStopped = BN_GENCB_call(context->callback, candidateEvent, 0);
     };
     run(L"norv -base FF -threads 1 -noPrompt");
     EXPECT_EQ(1, answer);

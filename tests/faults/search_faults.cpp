@@ -7,6 +7,7 @@
 #include "app/result_output.h"
 #include "platform/named_semaphore.h"
 #include "prime/base_bits.h"
+#include "prime/events.h"
 #include "prime/miller_rabin.h"
 #include "prime/prime_generation.h"
 #include "prime/search_sieve.h"
@@ -149,7 +150,7 @@ struct Recorder {
     BIGNUM* candidate = nullptr;
     int refuseAt = 0; // the event that is refused, from 1; 0: none
     int events = 0;
-    int nextCandidate = 0; // number that the next event 0 must carry
+    int nextCandidate = 0; // number that the next candidate event must carry
     bool inOrder = true;
     bool refused = false;
 };
@@ -160,17 +161,17 @@ int record(int event, int value, GenCallback* callback)
     auto& recorder = *static_cast<Recorder*>(BN_GENCB_get_arg(callback));
     ++recorder.events;
     switch (event) {
-    case 0:
+    case candidateEvent:
         recorder.inOrder = recorder.inOrder && value == recorder.nextCandidate++;
         addSecretNumber(recorder.candidate);
         addStart(recorder.candidate);
         break;
-    case 1:
+    case iterationEvent:
         recorder.inOrder = recorder.inOrder && value >= 0 && value < iterations;
         break;
     default:
         recorder.inOrder =
-            recorder.inOrder && event == 2 && value == recorder.nextCandidate - 1;
+            recorder.inOrder && event == turnEvent && value == recorder.nextCandidate - 1;
         break;
     }
     // Refused once and ever after, as a stop is.

@@ -1,5 +1,6 @@
 #include "search/generation_callback.h"
 
+#include "prime/events.h"
 #include "prime/prime_generation.h"
 #include "tests/platform/run_threads.h"
 #include "tests/platform/temporary_folder.h"
@@ -71,17 +72,17 @@ private:
 
 TEST_F(GenerationCallback, ShowsACandidateAsADot)
 {
-    EXPECT_EQ('.', progressChar(0));
+    EXPECT_EQ('.', progressChar(candidateEvent));
 }
 
 TEST_F(GenerationCallback, ShowsAPassedIterationAsAStar)
 {
-    EXPECT_EQ('*', progressChar(1));
+    EXPECT_EQ('*', progressChar(iterationEvent));
 }
 
 TEST_F(GenerationCallback, ShowsAPassedSafePrimeTurnAsAnExclamationMark)
 {
-    EXPECT_EQ('!', progressChar(2));
+    EXPECT_EQ('!', progressChar(turnEvent));
 }
 
 TEST_F(GenerationCallback, ShowsAnyOtherEventAsADot)
@@ -90,6 +91,7 @@ TEST_F(GenerationCallback, ShowsAnyOtherEventAsADot)
         EXPECT_EQ('.', progressChar(code)) << code;
 }
 
+// The numbers themselves: they are the contract of the callback.
 TEST_F(GenerationCallback, PrintsOneMarkAnEventAndNothingElse)
 {
     Output output;
@@ -102,7 +104,7 @@ TEST_F(GenerationCallback, PrintsNothingWhenPromptsAreOff)
 {
     noPrompt = 1;
     Output output;
-    for (const int code : {0, 1, 2, 3})
+    for (const int code : {candidateEvent, iterationEvent, turnEvent, 3})
         event(code);
     EXPECT_EQ("", output.take());
 }
@@ -110,7 +112,7 @@ TEST_F(GenerationCallback, PrintsNothingWhenPromptsAreOff)
 TEST_F(GenerationCallback, LetsTheSearchGoOnWhileTheFlagIsNotSet)
 {
     noPrompt = 1;
-    for (const int code : {0, 1, 2, 3, -1})
+    for (const int code : {candidateEvent, iterationEvent, turnEvent, 3, -1})
         EXPECT_EQ(1, event(code)) << code;
 }
 
@@ -118,7 +120,8 @@ TEST_F(GenerationCallback, StopsTheSearchAtEveryEventOnceTheFlagIsSet)
 {
     noPrompt = 1;
     stopFlag = 1;
-    for (const int code : {0, 1, 2, 3, -1, 0})
+    for (const int code :
+         {candidateEvent, iterationEvent, turnEvent, 3, -1, candidateEvent})
         EXPECT_EQ(0, event(code)) << code;
 }
 
@@ -126,7 +129,7 @@ TEST_F(GenerationCallback, StillShowsTheEventThatSeesTheStop)
 {
     stopFlag = 1;
     Output output;
-    event(1);
+    event(iterationEvent);
     EXPECT_EQ("*", output.take());
 }
 
@@ -134,7 +137,7 @@ TEST_F(GenerationCallback, StillAppendsTheEventThatSeesTheStop)
 {
     progressTo(folder / "progress");
     stopFlag = 1;
-    EXPECT_EQ(0, event(2));
+    EXPECT_EQ(0, event(turnEvent));
     EXPECT_EQ("!", contentOf(folder / "progress"));
 }
 
@@ -142,21 +145,21 @@ TEST_F(GenerationCallback, TakesNoNoticeOfTheCounter)
 {
     Output output;
     for (const int counter : {0, 1, -1, 2147483647})
-        EXPECT_EQ(1, event(1, counter));
+        EXPECT_EQ(1, event(iterationEvent, counter));
     stopFlag = 1;
     for (const int counter : {0, 1, -1, 2147483647})
-        EXPECT_EQ(0, event(0, counter));
+        EXPECT_EQ(0, event(candidateEvent, counter));
     EXPECT_EQ("****....", output.take());
 }
 
 TEST_F(GenerationCallback, AppendsOneMarkAnEventToTheProgressFile)
 {
     progressTo(folder / "progress");
-    event(0);
+    event(candidateEvent);
     EXPECT_EQ(".", contentOf(folder / "progress"));
-    event(1);
+    event(iterationEvent);
     EXPECT_EQ(".*", contentOf(folder / "progress"));
-    event(2);
+    event(turnEvent);
     event(9);
     EXPECT_EQ(".*!.", contentOf(folder / "progress"));
 }
@@ -165,7 +168,7 @@ TEST_F(GenerationCallback, PrintsNothingWhenThereIsAProgressFile)
 {
     progressTo(folder / "progress");
     Output output;
-    for (const int code : {0, 1, 2})
+    for (const int code : {candidateEvent, iterationEvent, turnEvent})
         event(code);
     EXPECT_EQ("", output.take());
 }
@@ -174,8 +177,8 @@ TEST_F(GenerationCallback, AppendsToAFileThatExists)
 {
     writeFile(folder / "progress", "before\n");
     progressTo(folder / "progress");
-    event(0);
-    event(1);
+    event(candidateEvent);
+    event(iterationEvent);
     EXPECT_EQ("before\n.*", contentOf(folder / "progress"));
 }
 
@@ -183,16 +186,16 @@ TEST_F(GenerationCallback, AppendsAlsoWhenPromptsAreOff)
 {
     noPrompt = 1;
     progressTo(folder / "progress");
-    event(2);
+    event(turnEvent);
     EXPECT_EQ("!", contentOf(folder / "progress"));
 }
 
 TEST_F(GenerationCallback, KeepsNoFileOpenBetweenEvents)
 {
     progressTo(folder / "progress");
-    event(0);
+    event(candidateEvent);
     std::filesystem::rename(folder / "progress", folder / "moved");
-    event(1);
+    event(iterationEvent);
     EXPECT_EQ(".", contentOf(folder / "moved"));
     EXPECT_EQ("*", contentOf(folder / "progress"));
 }
@@ -203,11 +206,11 @@ TEST_F(GenerationCallback, LosesOnlyTheMarksThatTheFileCannotTake)
     std::filesystem::create_directory(folder / "progress");
     progressTo(folder / "progress");
     Output output;
-    EXPECT_EQ(1, event(0));
+    EXPECT_EQ(1, event(candidateEvent));
     stopFlag = 1;
-    EXPECT_EQ(0, event(0));
+    EXPECT_EQ(0, event(candidateEvent));
     std::filesystem::remove(folder / "progress");
-    EXPECT_EQ(0, event(1));
+    EXPECT_EQ(0, event(iterationEvent));
     EXPECT_EQ("", output.take());
     EXPECT_EQ("*", contentOf(folder / "progress"));
 }

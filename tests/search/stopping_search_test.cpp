@@ -1,6 +1,7 @@
 // Workers, watcher, callback and the system's own semaphore together: what stops
 // a search, and what it leaves.
 #include "platform/named_semaphore.h"
+#include "prime/events.h"
 #include "search/search_worker.h"
 #include "search/stop_watcher.h"
 #include "tests/fakes/prime_generation.h"
@@ -39,7 +40,7 @@ protected:
     int searchInVain(GenCallback* given)
     {
         ++searching;
-        for (int event = 0; BN_GENCB_call(given, 0, event); ++event)
+        for (int number = 0; BN_GENCB_call(given, candidateEvent, number); ++number)
             pauseThread(1);
         return 0;
     }

@@ -1,5 +1,7 @@
 #include "tests/support/gmp_oracle.h"
 
+#include "prime/events.h"
+
 #include <array>
 #include <cctype>
 #include <gmp.h>
@@ -138,7 +140,7 @@ bool testPlain(const Integer& number, int checks, unsigned long witness,
     for (int i = 0; i < checks; ++i) {
         if (!passes(number, witness))
             return false;
-        events.push_back({1, i});
+        events.push_back({iterationEvent, i});
     }
     return true;
 }
@@ -152,7 +154,7 @@ bool testSafe(const Integer& number, int checks, unsigned long witness, int coun
         if (!testPlain(number, 1, witness, events) ||
             !testPlain(half, 1, witness, events))
             return false;
-        events.push_back({2, counter});
+        events.push_back({turnEvent, counter});
     }
     return true;
 }
@@ -264,7 +266,7 @@ Outcome searchWithWitness(const std::string& base, const Search& search, int che
     Outcome outcome{{}, base};
     for (int counter = 0;; ++counter) {
         outcome.prime = nextCandidate(outcome.prime, search);
-        outcome.events.push_back({0, counter});
+        outcome.events.push_back({candidateEvent, counter});
         const Integer number(outcome.prime);
         if (search.safe ? testSafe(number, checks, witness, counter, outcome.events)
                         : testPlain(number, checks, witness, outcome.events))
