@@ -46,14 +46,6 @@ struct Base {
     std::int32_t exitCode = 0;
 };
 
-struct CallbackFree {
-    void operator()(GenCallback* callback) const
-    {
-        BN_GENCB_free(callback);
-    }
-};
-using OwnedCallback = std::unique_ptr<GenCallback, CallbackFree>;
-
 std::int32_t takeNumber(CommandLine& commandLine, const wchar_t* name)
 {
     const wchar_t* value = nullptr;

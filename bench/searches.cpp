@@ -25,7 +25,6 @@
 #include <ctime>
 #include <exception>
 #include <map>
-#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -60,13 +59,6 @@ struct Measured {
     Exponentiations exponentiations;
     bool found;
     BigNumber number; // where the search ended; null for the other libraries'
-};
-
-struct CallbackFree {
-    void operator()(BN_GENCB* callback) const
-    {
-        BN_GENCB_free(callback);
-    }
 };
 
 Options readOptions(int count, char** arguments)
@@ -150,7 +142,7 @@ Measured search(const std::string& variant, const Options& options, const BIGNUM
                 int candidateLimit)
 {
     Progress progress{0, candidateLimit};
-    const std::unique_ptr<BN_GENCB, CallbackFree> callback(BN_GENCB_new());
+    const OwnedCallback callback(BN_GENCB_new());
     const Context context(BN_CTX_new());
     BigNumber number(BN_dup(base));
     if (!callback || !context || !number)

@@ -8,6 +8,14 @@
 // the library's, called by the rules of BN_GENCB_call.
 using GenCallback = BN_GENCB;
 
+struct CallbackFree {
+    void operator()(GenCallback* callback) const
+    {
+        BN_GENCB_free(callback);
+    }
+};
+using OwnedCallback = std::unique_ptr<GenCallback, CallbackFree>;
+
 struct BigNumberFree {
     void operator()(BIGNUM* number) const
     {

@@ -180,14 +180,6 @@ int record(int event, int value, GenCallback* callback)
     return recorder.refused ? 0 : 1;
 }
 
-struct CallbackFree {
-    void operator()(GenCallback* callback) const
-    {
-        BN_GENCB_free(callback);
-    }
-};
-using OwnedCallback = std::unique_ptr<GenCallback, CallbackFree>;
-
 // Random bytes
 
 // The same after every restart: numbers without a pattern.

@@ -9,16 +9,7 @@
 #include "tests/support/big.h"
 
 #include <gtest/gtest.h>
-#include <memory>
 #include <new>
-
-struct CallbackFree {
-    void operator()(GenCallback* callback) const
-    {
-        BN_GENCB_free(callback);
-    }
-};
-using OwnedCallback = std::unique_ptr<GenCallback, CallbackFree>;
 
 inline OwnedCallback makeCallback(StopFlag& stopFlag)
 {

@@ -4,7 +4,6 @@
 #include "prime/big_number.h"
 
 #include <functional>
-#include <memory>
 #include <ostream>
 #include <vector>
 
@@ -37,15 +36,8 @@ public:
     std::function<bool(const Event&)> refuses;
 
 private:
-    struct RecordFree {
-        void operator()(BN_GENCB* record) const
-        {
-            BN_GENCB_free(record);
-        }
-    };
-
     static int onEvent(int code, int value, BN_GENCB* record);
     static void onOldEvent(int code, int value, void* trace);
 
-    std::unique_ptr<BN_GENCB, RecordFree> record_;
+    OwnedCallback record_;
 };
