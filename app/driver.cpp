@@ -11,10 +11,10 @@
 #include "platform/thread.h"
 #include "prime/shortcuts.h"
 #include "search/generation_callback.h"
+#include "search/one_way_flag.h"
 #include "search/search_state.h"
 #include "search/search_worker.h"
 #include "search/settings.h"
-#include "search/stop_flag.h"
 #include "search/stop_watcher.h"
 #include "search/trace_number.h"
 
@@ -128,7 +128,7 @@ Base makeBase(const Options& options)
     return baseFromInput(options.inputCount);
 }
 
-OwnedCallback makeCallback(StopFlag& stopFlag)
+OwnedCallback makeCallback(OneWayFlag& stopFlag)
 {
     OwnedCallback callback(BN_GENCB_new());
     if (!callback)
@@ -158,7 +158,7 @@ ThreadsEnd runThreads(SearchContext& context, std::int32_t threadCount)
 
     handles[0] = createThread(stopWatcherThreadProc, &context);
     if (handles[0])
-        giveWayTo(stopWatcherReady);
+        waitBrieflyFor(stopWatcherReady);
     // After one worker that cannot be made the wait fails: thousands more attempts, each
     // with a small share of the processor, would only put off the end.
     std::size_t made = 1;
@@ -201,7 +201,7 @@ std::int32_t reportResult(const Options& options, std::int32_t bits,
 
 std::int32_t search(const Options& options, const Base& base)
 {
-    StopFlag stopFlag{0};
+    OneWayFlag stopFlag{0};
     const OwnedCallback callback = makeCallback(stopFlag);
     TrackedLock lock;
     setBase(lock, base.number, base.bits);

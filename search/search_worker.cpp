@@ -43,7 +43,7 @@ void leaveTurnsToTheMaker()
 std::int32_t searchWorker(TrackedLock& lock, GenCallback* callback,
                           const wchar_t* semaphoreName, std::uint8_t safe)
 {
-    const StopFlag& stopFlag = stopFlagOf(callback);
+    const OneWayFlag& stopFlag = stopFlagOf(callback);
     const int mode = modeFromBase + safe;
     while (stopFlag == 0) {
         BIGNUM* candidate = getNextBase(lock);
@@ -66,7 +66,7 @@ std::int32_t searchWorker(TrackedLock& lock, GenCallback* callback,
         // A small prime is found faster than a thread wakes: without this a lone
         // worker would often publish a later window's prime over its first.
         if (signalled)
-            giveWayTo(stopFlag);
+            waitBrieflyFor(stopFlag);
     }
     return 0;
 }

@@ -2,8 +2,9 @@
 
 #include "platform/named_semaphore.h"
 #include "search/search_state.h"
+#include "search/stop_flag.h"
 
-StopFlag stopWatcherReady{0};
+OneWayFlag stopWatcherReady{0};
 
 std::uint32_t stopWatcherThreadProc(void* context)
 {
@@ -12,7 +13,7 @@ std::uint32_t stopWatcherThreadProc(void* context)
     if (search->semaphoreName)
         semaphore = createNamedSemaphore(search->semaphoreName, 0, 1);
     // Before any worker starts: a search that nobody can stop must not.
-    StopFlag& stopFlag = stopFlagOf(search->callback);
+    OneWayFlag& stopFlag = stopFlagOf(search->callback);
     if (!semaphore)
         stopFlag = 1;
     stopWatcherReady = 1;

@@ -1,13 +1,13 @@
 // The stop watcher: turns a release of the named semaphore into the stop flag.
 #pragma once
 
-#include "search/stop_flag.h"
+#include "search/one_way_flag.h"
 
 #include <cstdint>
 
 // 1 once the watcher of this process has its semaphore, or knows that it gets
 // none: a prime found before could not stop the search.
-extern StopFlag stopWatcherReady;
+extern OneWayFlag stopWatcherReady;
 
 // The thread procedure of the watcher; `context` points to the SearchContext.
 // Creates the semaphore of that name, count 0 of at most 1, or takes the one that

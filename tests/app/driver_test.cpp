@@ -2,6 +2,7 @@
 #include "prime/events.h"
 #include "prime/shortcuts.h"
 #include "search/search_worker.h"
+#include "search/stop_flag.h"
 #include "search/tracked_lock.h"
 #include "tests/app/driver_fixture.h"
 #include "tests/fakes/thread.h"

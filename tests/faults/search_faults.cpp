@@ -529,7 +529,7 @@ void failInSharedState()
 }
 
 // A worker that searches 64 bits. The first release of its semaphore stops it.
-StopFlag stopFlag{0};
+OneWayFlag stopFlag{0};
 
 void failInWorker(bool safe)
 {

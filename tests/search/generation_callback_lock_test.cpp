@@ -34,7 +34,7 @@ protected:
 
     TemporaryFolder folder;
     std::wstring path = (folder / "progress").wstring();
-    StopFlag stopFlag{0};
+    OneWayFlag stopFlag{0};
     OwnedCallback callback = makeCallback(stopFlag);
 };
 

@@ -63,7 +63,7 @@ protected:
     }
 
     TemporaryFolder folder;
-    StopFlag stopFlag{0};
+    OneWayFlag stopFlag{0};
     OwnedCallback callback = makeCallback(stopFlag);
 
 private:

@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 #include <new>
 
-inline OwnedCallback makeCallback(StopFlag& stopFlag)
+inline OwnedCallback makeCallback(OneWayFlag& stopFlag)
 {
     OwnedCallback callback(BN_GENCB_new());
     if (!callback)
@@ -50,6 +50,6 @@ protected:
     }
 
     TrackedLock lock;
-    StopFlag stopFlag{0};
+    OneWayFlag stopFlag{0};
     OwnedCallback callback = makeCallback(stopFlag);
 };

@@ -99,7 +99,7 @@ TEST_F(StopWatcher, LetsNobodySeeItReadyBeforeTheFlagWhenItGetsNoSemaphore)
     fakeSemaphore.canCreate = false;
     // What whoever waits for the watcher sees of the flag at once.
     struct Look {
-        const StopFlag& flag;
+        const OneWayFlag& flag;
         int seen;
     };
     const ThreadProc look = [](void* argument) {

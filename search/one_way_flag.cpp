@@ -1,4 +1,4 @@
-#include "search/stop_flag.h"
+#include "search/one_way_flag.h"
 
 #include "platform/clock.h"
 #include "platform/thread.h"
@@ -15,7 +15,7 @@ constexpr int mostPauses = 500;
 
 } // namespace
 
-void giveWayTo(const StopFlag& flag)
+void waitBrieflyFor(const OneWayFlag& flag)
 {
     const auto start = static_cast<std::uint32_t>(processClock());
     const auto inTime = [start] {
