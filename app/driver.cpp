@@ -29,13 +29,16 @@
 namespace
 {
 
+// What the command line asks for. The texts point into it.
 struct Options {
     std::int32_t threadCount = 0;
     const wchar_t* semaphoreName = L"stopPrimeGeneration";
-    const wchar_t* baseText = nullptr;
+    const wchar_t* baseText = nullptr; // null: none
     std::int32_t inputCount = 0;
-    const wchar_t* testText = nullptr;
+    const wchar_t* progressFile = nullptr; // null: none
     std::uint8_t safe = 0;
+    std::uint8_t quiet = 0;
+    const wchar_t* testText = nullptr; // null: none
 };
 
 // A base number and the size of the prime wanted above it: 8 bits for each byte
@@ -61,13 +64,20 @@ Options readOptions(CommandLine& commandLine)
               options.semaphoreName);
     getOption(commandLine, L"-base", options.baseText, nullptr);
     options.inputCount = takeNumber(commandLine, L"-input");
-    getOption(commandLine, L"-outPrompt", outPrompt, nullptr);
+    getOption(commandLine, L"-outPrompt", options.progressFile, nullptr);
     options.safe = takeFlag(commandLine, L"-safe");
-    noPrompt = takeFlag(commandLine, L"-noPrompt");
-    eventsUnwatched = noPrompt && !outPrompt;
+    options.quiet = takeFlag(commandLine, L"-noPrompt");
     if (options.inputCount != 0)
         getOption(commandLine, L"-test", options.testText, nullptr);
     return options;
+}
+
+// Writes the settings that every thread reads, before there is any.
+void applySettings(const Options& options)
+{
+    noPrompt = options.quiet;
+    outPrompt = options.progressFile;
+    eventsUnwatched = options.quiet && !options.progressFile;
 }
 
 // Whether that many bytes make a number whose bits can be counted.
@@ -233,6 +243,7 @@ std::int32_t runProgram()
         return 0;
     }
     const Options options = readOptions(arguments);
+    applySettings(options);
     const Base base = makeBase(options);
     return base.number ? search(options, base) : base.exitCode;
 }
