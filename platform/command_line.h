@@ -2,6 +2,6 @@
 #pragma once
 
 // The whole command line, the program's own path first, as the caller typed or
-// built it. Null when the system does not tell. The string belongs to the
+// built it. Null when the system does not give it. The string belongs to the
 // process and never changes.
 const wchar_t* commandLine();

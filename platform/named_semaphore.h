@@ -1,8 +1,9 @@
 // A counting semaphore that every process of this user can reach by name. It exists from
-// the first create until the last handle to it is closed. When its last holders died, the
-// next create makes it as new, under the name that it may still have.
+// the first create until the last handle to it is closed. After its last holders died,
+// the name may still be there; the next create then gives the semaphore its first count
+// again.
 //
-// Nobody waits for another process without limit, but in waitForSemaphore.
+// Only waitForSemaphore waits for another process without limit.
 #pragma once
 
 // A handle to a semaphore. Owned by whoever created or opened it, until
@@ -11,12 +12,12 @@ struct SemaphoreObject;
 using SemaphoreHandle = SemaphoreObject*;
 
 // Creates the semaphore with `count` of at most `maximum`, or opens the one that
-// exists as it is, whatever its count and maximum. Null when the name cannot be
-// one, the rights are missing or memory is short.
+// exists as it is, whatever its count and maximum. Null when the name cannot be a
+// semaphore's, the rights are missing or memory is short.
 SemaphoreHandle createNamedSemaphore(const wchar_t* name, int count, int maximum);
 
-// Opens the semaphore of that name, to release it: the one that this process holds,
-// where it holds one. Null when there is none.
+// Opens the semaphore of that name, to release it. If this process holds one of that
+// name already, it gets the same one. Null when there is none.
 SemaphoreHandle openNamedSemaphore(const wchar_t* name);
 
 // Raises the count by one, which lets one waiting thread of any process go on.

@@ -30,5 +30,5 @@ void closeThread(ThreadHandle thread);
 // Lets at least so many milliseconds pass, other threads running meanwhile.
 void pauseThread(int milliseconds);
 
-// The id of the calling thread, unlike that of any other thread now alive.
+// The id of the calling thread. No other thread that is alive has the same one.
 std::uint32_t currentThreadId();

@@ -11,8 +11,9 @@
 #include <string_view>
 #include <unistd.h>
 
-// The base number may stand on the command line: what is made of it on the way is
-// wiped, and made in one piece so that no half-grown copy stays behind.
+// The base number may be on the command line. So every copy made here on the way is
+// wiped. Each buffer gets its full size at once: one that grows would leave copies
+// behind.
 
 namespace
 {
@@ -43,8 +44,8 @@ std::size_t readArguments(char* bytes, std::size_t capacity)
     return total;
 }
 
-// The arguments as one line: blanks separate them, and quotes hold together what has a
-// blank inside or nothing at all. The line has no escape for a quote. So it splits into
+// The arguments as one line, separated by blanks. An argument that is empty or has a
+// blank in it is put into quotes. The line has no escape for a quote. So it splits into
 // the same arguments again unless one starts with a quote, or holds a quote and a blank.
 std::string joinArguments(std::string_view arguments)
 {

@@ -21,8 +21,8 @@ void leaveCriticalSection(CriticalSection& section)
 
 void deleteCriticalSection(CriticalSection& section)
 {
-    // A destroyed mutex must not be locked again, a deleted section may be
-    // entered by a late thread: leave a fresh mutex behind. It holds no resource.
+    // A late thread may enter a deleted section, but nobody may lock a destroyed mutex.
+    // So a fresh one takes its place. It holds no resource.
     if (pthread_mutex_destroy(&section) == 0)
         initializeCriticalSection(section);
 }

@@ -10,7 +10,7 @@
 
 std::FILE* openForAppending(const wchar_t* path)
 {
-    // Never waits: a pipe that nobody reads would hold the caller, and with it a stop.
+    // Never waits: a pipe that nobody reads would block the caller, and with it the stop.
     constexpr int flags =
         O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     constexpr mode_t mode = 0666;

@@ -1,17 +1,13 @@
 #include "platform/posix/file_lock.h"
 
+#include "platform/posix/tries.h"
 #include "platform/posix/uninterrupted.h"
-#include "platform/thread.h"
-#include "platform/yield.h"
 
 #include <cerrno>
 #include <fcntl.h>
 
 namespace
 {
-
-// Enough for a holder that can run at once: locks are held for a few calls only.
-constexpr int mostYields = 12;
 
 struct flock lockOf(off_t byte, short type)
 {
@@ -61,20 +57,4 @@ LockOutcome lookAtLock(const Descriptor& file, off_t byte)
     if (!control(file, F_OFD_GETLK, lock))
         return LockOutcome::failed;
     return lock.l_type == F_UNLCK ? LockOutcome::held : LockOutcome::taken;
-}
-
-Tries::Tries(std::chrono::milliseconds patience)
-    : end_(std::chrono::steady_clock::now() + patience)
-{
-}
-
-bool Tries::another()
-{
-    if (std::chrono::steady_clock::now() >= end_)
-        return false;
-    if (made_++ < mostYields)
-        yieldThread();
-    else
-        pauseThread(1);
-    return true;
 }

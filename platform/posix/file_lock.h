@@ -14,11 +14,11 @@
 
 enum class LockKind : std::uint8_t { shared, exclusive };
 
-// taken: another descriptor's lock is in the way. failed: the system has none to give.
+// taken: a lock of another descriptor is in the way. failed: the system can give no lock.
 enum class LockOutcome : std::uint8_t { held, taken, failed };
 
-// Tries once. Replaces, in one step, a lock that this descriptor holds on the byte;
-// that one stays as it is unless the outcome is `held`.
+// Tries once. A lock that this descriptor holds on the byte is replaced in one step; it
+// stays as it is unless the outcome is `held`.
 LockOutcome tryLock(const Descriptor& file, off_t byte, LockKind kind);
 
 // Tries until it has the lock or `patience` has passed.
@@ -28,20 +28,5 @@ LockOutcome lockWithin(const Descriptor& file, off_t byte, LockKind kind,
 // Gives up what this descriptor holds on the byte, if it holds anything.
 void unlock(const Descriptor& file, off_t byte);
 
-// Tells what tryLock would, for an exclusive lock, and takes none.
+// Returns what tryLock would return for an exclusive lock, and takes no lock.
 LockOutcome lookAtLock(const Descriptor& file, off_t byte);
-
-// One try after another, for about as long as `patience`: a turn gives the processor
-// up, from the second dozen on for a millisecond.
-class Tries
-{
-public:
-    explicit Tries(std::chrono::milliseconds patience);
-
-    // Lets some time pass before the next try. False, at once, when the time is up.
-    bool another();
-
-private:
-    std::chrono::steady_clock::time_point end_;
-    int made_ = 0;
-};

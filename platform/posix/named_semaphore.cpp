@@ -1,5 +1,4 @@
-// The handles of this process. What a semaphore is to other processes stands in
-// semaphore_file.
+// The handles of this process. What processes share is in semaphore_file.
 #include "platform/named_semaphore.h"
 
 #include "platform/posix/semaphore_file.h"
@@ -18,16 +17,16 @@
 
 struct SemaphoreObject {
     OwnedFile file;
-    std::atomic<bool> raised = false; // by this process, or meant to be
-    int holders = 1;                  // how many handles of this process it stands for
+    std::atomic<bool> raised = false; // by this process, or it was to be
+    int holders = 1;                  // how often this process has it open
     SemaphoreObject* next = nullptr;
 };
 
 namespace
 {
 
-// Guards what follows, and keeps the calls into semaphore_file apart: the kernel's locks
-// do not tell threads from each other that share a handle.
+// Guards the variables below, and lets one thread at a time into semaphore_file: the
+// kernel's locks cannot keep threads apart that share a handle.
 std::mutex handlesMutex;
 SemaphoreObject* firstHandle = nullptr;
 bool ending = false;
@@ -40,8 +39,8 @@ SemaphoreObject* findHeld(const std::string& path)
     return handle;
 }
 
-// A handle for what `find` comes back with; null when it finds nothing. Made first:
-// without room for a handle nothing must be found, since nobody could give it up.
+// A handle for what `find` returns; null when it finds nothing. The handle is made before
+// the search: a file found without room for its handle could not be given up.
 template <typename Find>
 SemaphoreObject* makeHandle(Find find)
 {
@@ -63,9 +62,10 @@ void dropHandle(SemaphoreObject* semaphore)
     delete semaphore;
 }
 
-// Waits on a semaphore in which another user may have written anything: the C library's
-// wait trusts what it finds there, and may never come back. Who may lower the count could
-// also keep a search from hearing of its own prime, so its own release ends the wait.
+// Waits on a semaphore into which another user may have written anything: the C library's
+// wait trusts what it finds there, and may never return. That user could also lower the
+// count before this process sees the release of its own search. So a release by this
+// process ends the wait, too.
 void waitWithoutTrust(SemaphoreObject& semaphore)
 {
     constexpr int pollMilliseconds = 20;
@@ -95,8 +95,8 @@ SemaphoreHandle openNamedSemaphore(const wchar_t* name)
         const std::scoped_lock lock(handlesMutex);
         if (path.empty() || ending)
             return nullptr;
-        // What is held exists, also when a foreign hand took its name away meanwhile;
-        // a search that could not release its own semaphore would never end.
+        // A semaphore that is held exists, even when another program has removed its
+        // name: a search that could not release its own semaphore would never end.
         SemaphoreObject* held = findHeld(path);
         if (!held)
             return makeHandle([&] { return openSemaphoreFile(path); });
@@ -111,7 +111,7 @@ bool releaseSemaphore(SemaphoreHandle semaphore)
 {
     const std::scoped_lock lock(handlesMutex);
     const bool raised = raiseCount(*semaphore->file);
-    // Another user may have set the count to what cannot be raised.
+    // Another user may have set the count to a value that cannot be raised.
     if (raised || semaphore->file->ofAnotherUser)
         semaphore->raised = true;
     return raised;
@@ -123,8 +123,8 @@ bool waitForSemaphore(SemaphoreHandle semaphore)
         waitWithoutTrust(*semaphore);
         return true;
     }
-    // In slices: a process that is woken, and killed before it takes the count, takes
-    // the wake-up with it, and nobody else would ever be woken for that count.
+    // In slices: a process may be killed after it was woken and before it took the count.
+    // The count then stays, and no other process would ever be woken for it.
     constexpr time_t sliceSeconds = 1;
     int result = 0;
     do {

@@ -12,7 +12,7 @@
 
 void prepareProcess()
 {
-    // A stream is opened the wrong way round, so that its use fails.
+    // A closed stream is opened for the opposite direction, so that every use fails.
     for (int descriptor = 0; descriptor <= 2; ++descriptor)
         if (fcntl(descriptor, F_GETFD) == -1)
             static_cast<void>(uninterrupted([descriptor] {
@@ -27,7 +27,7 @@ void prepareProcess()
 
 void showOutputAtOnce()
 {
-    // A terminal is buffered by lines, and marks make no lines.
+    // Output to a terminal is buffered by lines, and progress marks end no line.
     if (isatty(STDOUT_FILENO) != 0)
         static_cast<void>(std::setvbuf(stdout, nullptr, _IONBF, 0));
 }

@@ -1,6 +1,7 @@
 #include "platform/posix/semaphore_file.h"
 
 #include "platform/posix/file_lock.h"
+#include "platform/posix/tries.h"
 #include "platform/posix/uninterrupted.h"
 #include "platform/posix/utf8.h"
 
@@ -35,8 +36,8 @@ constexpr off_t livenessByte = 1;
 // disagree on them treat each other's files as foreign.
 constexpr char ownMark[sizeof SharedSemaphore::mark] = "norv semaphore2";
 
-// Whether the holder of a byte's lock has most likely been stopped, since the lock did
-// not come in time. Apart: whoever gets the one may meet the other stuck.
+// Whether the holder of a byte's lock has most likely been stopped: the lock could not be
+// had in time. One flag a byte, since the two may have different holders.
 bool livenessIsStuck = false;
 bool releaseIsStuck = false;
 
@@ -46,7 +47,7 @@ std::chrono::milliseconds patience(bool isStuck)
     return isStuck ? std::chrono::milliseconds{0} : longestWait;
 }
 
-// Long enough for whoever starts a killed run anew.
+// Long enough for a caller to start a killed run again.
 constexpr std::int64_t secondsKept = 60;
 
 std::int64_t now()
@@ -61,8 +62,8 @@ std::string fileNameOf(const std::string& path)
     return path.substr(sizeof directory - 1);
 }
 
-// In a user namespace that does not know a file's owner, the owner is told as this one,
-// and so is a process's user. Whether they are the same cannot be seen then.
+// A user namespace shows every user that it does not know as this one: the owner of a
+// file and the user of a process alike. Nobody can then see whether the two are the same.
 constexpr uid_t unknownUser = 65534;
 constexpr mode_t othersMayWrite = 0022;
 
@@ -126,7 +127,7 @@ std::string indexPath()
     return std::string(directory) + "norv-" + std::to_string(geteuid());
 }
 
-// The number makes it unlike any other; the name, cut to fit, is for people.
+// The number makes the entry unique; the name, cut to fit, is for people.
 std::string indexEntry(const std::string& index, const std::string& path, ino_t inode)
 {
     constexpr std::size_t longestName = 200;
@@ -134,8 +135,8 @@ std::string indexEntry(const std::string& index, const std::string& path, ino_t 
            fileNameOf(path).substr(0, longestName);
 }
 
-// An open file whose owner and mark tell that it is our own, with its mapping. Null when
-// the system has no room for that.
+// An open file that owner and mark show to be our own, with its mapping. Null when the
+// system has no room for the mapping.
 OwnedFile ownFile(Descriptor descriptor, const std::string& path, ino_t inode)
 {
     auto shared = mapFile(descriptor, true);
@@ -183,8 +184,8 @@ std::pair<Lookup, OwnedFile> lookUp(const std::string& path)
     // The analyzer loses an owner that is moved into a pair.
 } // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
 
-// changed: the name leads elsewhere by now. heldAlone: another process is about to take
-// the file over or to remove it.
+// changed: the name leads to another file by now. heldAlone: another process has the
+// exclusive lock, and is about to take the file over or to remove it.
 enum class Joining : std::uint8_t { joined, changed, heldAlone, abandoned, failed };
 
 Joining joinedAs(Name name)
@@ -194,7 +195,7 @@ Joining joinedAs(Name name)
     return name == Name::ofFile ? Joining::joined : Joining::changed;
 }
 
-// Takes a part in the file's liveness.
+// Becomes a holder of the file.
 Joining join(const SemaphoreFile& file)
 {
     switch (tryLock(file.descriptor, livenessByte, LockKind::shared)) {
@@ -223,7 +224,8 @@ Joining joinHolders(const SemaphoreFile& file)
 // have it open: what it posts from now on counts.
 void reset(SharedSemaphore& shared, int count, int maximum)
 {
-    // No more than stood there: whoever posts on and on must not keep this going.
+    // No more often than the count was high: a program that posts again and again must
+    // not keep this loop running.
     int left = 0;
     sem_getvalue(&shared.semaphore, &left);
     while (left-- > 0 &&
@@ -246,8 +248,8 @@ Joining takeOverOrJoin(const SemaphoreFile& file, int count, int maximum)
     return join(file);
 }
 
-// Another user may have been there first. Who owns it cannot change meanwhile, since the
-// folder around it lets only owners remove what is theirs.
+// Another user may have made the folder first. Its owner cannot change after this look,
+// since the folder around it lets users remove only what they own.
 bool isIndexOurs(const std::string& index)
 {
     struct stat status = {};
@@ -255,7 +257,7 @@ bool isIndexOurs(const std::string& index)
            status.st_uid == geteuid() && (status.st_mode & othersBits) == 0;
 }
 
-// Throws nothing, so that nothing stays behind between two links.
+// Throws nothing: an exception after the first of two links would leave that one there.
 bool linkTo(const Descriptor& file, const std::string& path)
 {
     char self[32] = "/proc/self/fd/";
@@ -263,10 +265,10 @@ bool linkTo(const Descriptor& file, const std::string& path)
     return linkat(AT_FDCWD, self, AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
-// Without an entry a file serves as well; only nobody will clear it away.
+// A file without an entry works as well, but nobody will clear it away.
 void enterIndex(const SemaphoreFile& file)
 {
-    // Whoever leaves last removes the folder, perhaps between two of these steps.
+    // The run that leaves last removes the folder, perhaps between two of these steps.
     constexpr int mostTries = 8;
     for (int i = 0; i < mostTries; ++i) {
         mkdir(file.index.c_str(), folderMode);
@@ -284,8 +286,8 @@ void leaveIndex(const SemaphoreFile& file)
     rmdir(file.index.c_str()); // not while it holds anything
 }
 
-// Removes the names of a file whose liveness is held alone. The second link stays as long
-// as the first one, so that a later run can try again.
+// Removes the names of a file whose liveness this process has locked exclusively. The
+// second link stays as long as the first one, so that a later run can try again.
 void removeNames(const SemaphoreFile& file)
 {
     const Name name = lookAtName(file.path, file.descriptor);
@@ -301,8 +303,8 @@ void removeIfAbandoned(const std::string& entry, const std::string& wanted)
     const char* name = file->shared->fileName;
     file->path = directory + std::string(name, strnlen(name, longestFileName));
     file->indexEntry = entry;
-    // Not even looked at under the lock unless it shall go: a last holder that met the
-    // lock would leave the name to be removed here.
+    // Looked at before the lock is taken, so that the lock is taken only for a removal: a
+    // last holder that finds it taken leaves the name, which must then be removed here.
     if (now() - file->shared->lastWait < secondsKept ||
         (file->path == wanted && isNamed(*file)))
         return;
@@ -310,9 +312,9 @@ void removeIfAbandoned(const std::string& entry, const std::string& wanted)
         removeNames(*file);
 }
 
-// Killed runs with names that are never used again would fill the memory otherwise.
-// Leaves those that somebody may come back for, and the one at `wanted`, which is about
-// to be taken over.
+// Without this, killed runs whose names are never used again would fill the memory.
+// Leaves semaphores that a caller may come back for, and the one at `wanted`, which is
+// about to be taken over.
 void removeAbandonedFiles(const std::string& wanted)
 {
     const std::string index = indexPath();
@@ -342,8 +344,9 @@ Descriptor makeNameless(const std::string& path, int count, int maximum)
     const auto writeImage = [&] {
         return pwrite(file.get(), &image, sizeof image, 0);
     };
-    // The mode again: the one given to open is cut by the process's mask. Written,
-    // not mapped: on a full file system a write fails, a touched page kills.
+    // The mode is set again, since the process's mask cuts the one given to open. The
+    // image is written and not mapped: on a full file system a write fails, but touching
+    // a mapped page ends the process.
     if (!file || uninterrupted(setMode) != 0 ||
         sem_init(&image.semaphore, 1, static_cast<unsigned int>(count)) != 0 ||
         uninterrupted(writeImage) != static_cast<ssize_t>(sizeof image) ||
@@ -352,8 +355,8 @@ Descriptor makeNameless(const std::string& path, int count, int maximum)
     return file;
 }
 
-// Makes the semaphore and names it at last, so that nobody sees half of one. None, with
-// `missing` where somebody else has taken the name meanwhile.
+// Makes the semaphore and names it last, so that nobody sees half of one. No file, with
+// `missing`, when another process has taken the name meanwhile.
 std::pair<Lookup, OwnedFile> makeFile(const std::string& path, int count, int maximum)
 {
     Descriptor descriptor = makeNameless(path, count, maximum);
@@ -371,8 +374,8 @@ std::pair<Lookup, OwnedFile> makeFile(const std::string& path, int count, int ma
     return {taken ? Lookup::missing : Lookup::unusable, nullptr};
 }
 
-// One try to come by the semaphore at a path. `waiting`: another one may succeed, and
-// the file, where there is one, is held alone by another process.
+// One try to get the semaphore at a path. `waiting`: another try may succeed; the file,
+// if there is one, is locked exclusively by another process.
 enum class Step : std::uint8_t { done, waiting };
 using Found = std::pair<Step, OwnedFile>;
 
@@ -412,8 +415,9 @@ Found tryToOpen(const std::string& path)
     return joinWhatIsThere(std::move(file), joining);
 }
 
-// Tries until something comes of it or one process has kept the file for too long. A name
-// that changed hands meanwhile only shows that others got on.
+// Tries until a try is done, or until one process has kept the file locked for too long.
+// A name that leads to another file by now shows that nobody is stopped: the time starts
+// again.
 template <typename Try>
 OwnedFile tryPatiently(Try tryOnce)
 {
@@ -487,8 +491,8 @@ void giveUpFile(const SemaphoreFile& file)
 {
     if (!file.own)
         return;
-    // First as one of many: of two last holders that each found the other's part still
-    // there, neither would remove the name.
+    // The shared lock goes first. Of two last holders that each still had theirs, neither
+    // would get the exclusive one, and neither would remove the name.
     unlock(file.descriptor, livenessByte);
     if (tryLock(file.descriptor, livenessByte, LockKind::exclusive) != LockOutcome::held)
         return;

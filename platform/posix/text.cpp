@@ -26,7 +26,7 @@ std::int32_t decimalValue(const wchar_t* text)
         ++text;
 
     using Limits = std::numeric_limits<std::int32_t>;
-    // Counted downward: the lowest value has no positive twin.
+    // Counted downward, since the lowest value has no positive counterpart.
     std::int64_t value = 0;
     for (; *text >= L'0' && *text <= L'9'; ++text)
         if (value >= Limits::min())

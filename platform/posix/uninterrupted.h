@@ -3,8 +3,8 @@
 
 #include <cerrno>
 
-// Makes `call` again as long as a signal interrupts it. What it returned last: -1, with
-// errno, when it failed for another reason.
+// Makes `call`, again and again as long as a signal interrupts it. Returns what it
+// returned last: -1, with errno, when it failed for another reason.
 template <typename Call>
 auto uninterrupted(Call call)
 {

@@ -18,7 +18,7 @@ void leaveCriticalSection(CriticalSection& section)
 void deleteCriticalSection(CriticalSection& section)
 {
     DeleteCriticalSection(&section);
-    // A deleted section may be entered by a late thread, which the system's own
-    // record does not promise: leave a fresh one behind. It holds no resource.
+    // A late thread may enter a deleted section, which the system does not promise for
+    // its own record. So a fresh one takes its place. It holds no resource.
     InitializeCriticalSection(&section);
 }

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-// A SemaphoreHandle is the system's handle, and a SemaphoreObject never seen.
+// A SemaphoreHandle is the system's handle; there is never a SemaphoreObject.
 
 namespace
 {

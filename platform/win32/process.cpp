@@ -7,8 +7,9 @@
 
 void prepareProcess()
 {
-    // Broken pipes and closed streams fail their reads and writes as it is. The
-    // exit code is the one with which the runtime ends an aborted program.
+    // Reads and writes of broken pipes and closed streams fail here without any
+    // preparation. The exit code is the one with which the runtime ends an aborted
+    // program.
     std::set_terminate([] { std::_Exit(3); });
 }
 

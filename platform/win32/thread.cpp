@@ -4,7 +4,7 @@
 #include <new>
 #include <windows.h>
 
-// A ThreadHandle is the system's handle, and a ThreadObject never seen.
+// A ThreadHandle is the system's handle; there is never a ThreadObject.
 
 namespace
 {
