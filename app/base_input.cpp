@@ -24,7 +24,7 @@ int digitValue(wchar_t character)
     return noDigit;
 }
 
-// The byte that two digits make, or noDigit when one of them is none.
+// The byte that two digits make, or noDigit when a character is not a digit.
 int pairValue(wchar_t high, wchar_t low)
 {
     const int highValue = digitValue(high);
@@ -39,7 +39,7 @@ wchar_t widen(char character)
 }
 
 // Decodes the pairs of `text`, which ends with a zero, and stores the first
-// `capacity` of them. Returns how many there are before the first bad one.
+// `capacity` of them. Returns how many there are before the first bad pair.
 std::size_t decodeStreamText(const char* text, std::uint8_t* out, std::size_t capacity)
 {
     const std::size_t length = std::strlen(text);
@@ -89,7 +89,7 @@ std::int32_t decodeHex(std::uint8_t* out, std::int32_t capacity, const wchar_t* 
 
 BIGNUM* readBaseFromStream(std::int32_t bits, std::FILE* stream)
 {
-    // The text as read, a zero behind it, then the decoded bytes.
+    // The text as read, a zero, then the decoded bytes.
     const auto size = static_cast<std::size_t>(bits / 8);
     const std::unique_ptr<char[]> buffer(new char[4 * size + 1]);
     char* text = buffer.get();
@@ -106,7 +106,7 @@ BIGNUM* readBaseFromStream(std::int32_t bits, std::FILE* stream)
     BIGNUM* base = nullptr;
     if (decodeStreamText(text, bytes, size) >= size)
         base = BN_bin2bn(bytes, static_cast<int>(size), nullptr);
-    // All but the last decoded byte, which stays in the freed block as ever.
+    // One byte less than was used.
     OPENSSL_cleanse(text, 4 * size);
     return base;
 }

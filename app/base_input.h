@@ -8,17 +8,16 @@
 #include <cstdio>
 #include <openssl/bn.h>
 
-// Decodes `text`, pairs of digits with blanks between them, up to the first pair
-// that is none. Stores the first `capacity` bytes in `out`, which may be null.
-// Returns how many bytes the text holds, stored or not.
+// Decodes `text`: pairs of digits, with blanks between the pairs. Stops at the first two
+// characters that are not both digits. Stores the first `capacity` bytes in `out`, which
+// may be null. Returns how many bytes it decoded, stored or not.
 std::int32_t decodeHex(std::uint8_t* out, std::int32_t capacity, const wchar_t* text);
 
-// Reads a base of `bits` bits, 8 for each of its N bytes (N is 1 or more and
-// 8 x N fits 32 bits), from `stream`: exactly 3N characters, in which blanks, line
-// ends and escaped characters (a backslash and the next) may stand between
-// pairs. Asks for them first when the stream is standard input and noPrompt is
-// not set.
-// Returns the number, the caller's to free, or null when the stream ended early
-// or held fewer than N pairs. All that was read is wiped, but for the last decoded
-// byte. Throws std::bad_alloc.
+// Reads a base of N bytes from `stream`. `bits` is 8 x N; N is 1 or more, and 8 x N
+// fits 32 bits. Takes exactly 3N characters. Blanks, line ends and escaped characters (a
+// backslash and the character after it) may stand between the pairs of digits. When the
+// stream is standard input and noPrompt is not set, a prompt is printed first.
+// Returns the number, the caller's to free, or null when the stream ended early or held
+// fewer than N pairs. What was read is wiped, except the last decoded byte. Throws
+// std::bad_alloc.
 BIGNUM* readBaseFromStream(std::int32_t bits, std::FILE* stream);

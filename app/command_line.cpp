@@ -57,8 +57,8 @@ std::int32_t findPrefix(const CommandLine& commandLine, const wchar_t* name)
     return notFound;
 }
 
-// Takes the argument after `index`, if there is one, as the value, and both out
-// of the list. Returns 0 when there is none.
+// Takes the argument after `index` as the value, if there is one, and removes both from
+// the list. Returns 0 when there is no argument after it.
 int takeNext(CommandLine& commandLine, std::int32_t index, const wchar_t*& value)
 {
     if (index + 1 < commandLine.count)

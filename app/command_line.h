@@ -28,24 +28,26 @@ struct CommandLine {
     std::unique_ptr<wchar_t*[]> args; // each points into text; 0 is the program
 };
 
-// Splits `source` into `commandLine`. Only the blank separates. A double quote
-// where an argument may start begins one that runs to the next quote, or to the
-// end of the line; anywhere else it is a character like any other. There are no
-// escapes. Throws std::bad_alloc.
+// Splits `source` into `commandLine`. Only the blank separates. An argument that begins
+// with a double quote runs to the next quote, or to the end of the line. Anywhere else a
+// double quote is an ordinary character. There are no escapes. Throws std::bad_alloc.
 void tokenize(CommandLine& commandLine, const wchar_t* source);
 
-// Takes the argument at `index` out of the list. Returns 1, or 0 when there is
-// none.
+// Removes the argument at `index` from the list. Returns 1, or 0 when no argument has
+// that index.
 int removeArg(CommandLine& commandLine, std::int32_t index);
 
-// Looks for the option `name` (its "-" included) and takes its value: the last
-// argument that equals the name, with the next one as value; if there is none,
-// the last that starts with it, with what follows as value ("-name=value",
-// "-namevalue", "-name= value").
-// Returns 1 with `value` set and the arguments removed. Returns 0 with `value`
-// set to `defaultValue` (a "-name=" that stands last is removed), or, when the
-// name itself stands last, with nothing touched, so that the caller's preset
-// holds. `value` points into the command line.
+// Looks for the option `name` (its "-" included) and takes its value. The last argument
+// that equals the name is the option, and the next argument is its value. When no
+// argument equals the name, the last one that starts with it is the option. Its value is
+// the rest
+// ("-name=value", "-namevalue"), or the next argument ("-name= value").
+// Returns 1 with `value` set and the arguments removed. `value` points into the command
+// line.
+// Returns 0 when there is no value to take:
+//  - the name itself is the last argument: `value` and the list stay as they are;
+//  - "-name=" is the last argument: it is removed, and `value` is `defaultValue`;
+//  - there is no such option: `value` is `defaultValue`.
 int getOption(CommandLine& commandLine, const wchar_t* name, const wchar_t*& value,
               const wchar_t* defaultValue);
 

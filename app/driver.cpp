@@ -42,7 +42,7 @@ struct Options {
 };
 
 // A base number and the size of the prime wanted above it: 8 bits for each byte
-// of the base, leading zero bytes included. An exit code where there is none.
+// of the base, leading zero bytes included. Without a number, the exit code.
 struct Base {
     BIGNUM* number = nullptr;
     std::int32_t bits = 0;
@@ -55,7 +55,7 @@ std::int32_t takeNumber(CommandLine& commandLine, const wchar_t* name)
     return getOption(commandLine, name, value, nullptr) ? decimalValue(value) : 0;
 }
 
-// Which argument wins on an ambiguous line depends on this order.
+// The order of the look-ups decides which argument wins on an ambiguous line.
 Options readOptions(CommandLine& commandLine)
 {
     Options options;
@@ -80,7 +80,7 @@ void applySettings(const Options& options)
     eventsUnwatched = options.quiet && !options.progressFile;
 }
 
-// Whether that many bytes make a number whose bits can be counted.
+// Whether a base of `count` bytes has a bit count, above 0, that fits 32 bits.
 bool isByteCount(std::int32_t count)
 {
     return count > 0 && count <= std::numeric_limits<std::int32_t>::max() / 8;
@@ -89,6 +89,7 @@ bool isByteCount(std::int32_t count)
 Base baseFromText(const wchar_t* text)
 {
     const std::int32_t count = decodeHex(nullptr, 0, text);
+    // No message.
     if (!isByteCount(count))
         return {nullptr, 0, exitNoResult};
 
@@ -103,7 +104,7 @@ Base baseFromText(const wchar_t* text)
     return base;
 }
 
-// A text of `count` times the first character of `pattern`.
+// The base whose text is `count` times the first character of `pattern`.
 Base baseFromTestText(const wchar_t* pattern, std::int32_t count)
 {
     if (!isByteCount(count))
@@ -156,12 +157,12 @@ struct ThreadsEnd {
 // handles back.
 ThreadsEnd runThreads(SearchContext& context, std::int32_t threadCount)
 {
-    // There is no list of so many handles: the program ends abnormally.
+    // A list of handles cannot have a negative length: the program ends abnormally.
     if (threadCount < -1)
         throw std::bad_array_new_length();
 
-    // Room for the stop watcher also where no handle is waited for. Not cleared:
-    // clearing would claim the memory of a billion handles that are never made.
+    // The stop watcher needs room even when no handle is waited for. The list is not
+    // cleared: that would claim the memory of a billion handles that are never made.
     const auto wanted = static_cast<std::size_t>(std::int64_t{threadCount} + 1);
     const std::unique_ptr<ThreadHandle[]> handles(
         new ThreadHandle[std::max<std::size_t>(wanted, 1)]);
@@ -169,8 +170,9 @@ ThreadsEnd runThreads(SearchContext& context, std::int32_t threadCount)
     handles[0] = createThread(stopWatcherThreadProc, &context);
     if (handles[0])
         waitBrieflyFor(stopWatcherReady);
-    // After one worker that cannot be made the wait fails: thousands more attempts, each
-    // with a small share of the processor, would only put off the end.
+    // One worker that cannot be made makes the wait fail. The others are then not tried:
+    // thousands of attempts, each with a small share of the processor, would only delay
+    // the end.
     std::size_t made = 1;
     while (made < wanted && (made == 1 || handles[made - 1]))
         handles[made++] = createThread(workerThreadProc, &context);
@@ -197,7 +199,7 @@ std::int32_t reportResult(const Options& options, std::int32_t bits,
     const auto elapsed =
         static_cast<std::int32_t>(static_cast<std::uint32_t>(processClock()) -
                                   static_cast<std::uint32_t>(startTime));
-    // The stop watcher counts here and not at the start: callers know it so.
+    // The stop watcher is counted here and not at the start.
     const auto threads = static_cast<std::uint32_t>(options.threadCount) + 1;
     if (!noPrompt)
         printFinished(elapsed / 1000, options.safe, bits,
@@ -224,8 +226,8 @@ std::int32_t search(const Options& options, const Base& base)
     const std::int32_t exitCode =
         reportResult(options, base.bits, startTime, end.exitCode);
 
-    // Threads that could not be waited for end with the process: everything
-    // that they use, the lock and the context first, must stay until then.
+    // Threads that could not be waited for still run, and end with the process. Until
+    // then all that they use, first of all the lock and the context, must stay.
     if (!end.allEnded)
         endProcess(exitCode);
     return exitCode;

@@ -1,4 +1,4 @@
-// The program. Everything it does is in the driver, a library that tests link.
+// The program. What it does is in the driver, a library, so that tests can link it.
 #include "app/driver.h"
 #include "platform/process.h"
 

@@ -3,13 +3,13 @@
 
 #include <cstdint>
 
-// The usage text.
+// Prints the usage text.
 void printUsage();
 
-// That a search for a prime of `bits` bits starts in `threads` threads. `safe`:
+// Prints that a search for a prime of `bits` bits starts in `threads` threads. `safe`:
 // 1 for a safe prime.
 void printStarted(std::uint8_t safe, std::int32_t bits, std::int32_t threads);
 
-// That a search of `seconds` whole seconds found its prime, in `threads` threads.
+// Prints that a search of `seconds` whole seconds found its prime, in `threads` threads.
 void printFinished(std::int32_t seconds, std::uint8_t safe, std::int32_t bits,
                    std::int32_t threads);

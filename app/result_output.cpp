@@ -14,7 +14,7 @@ std::int32_t writeResult(std::FILE* stream)
     if (size == 0)
         return 0;
 
-    // The binary form, then the text and its zero. Left to the process's end.
+    // The binary form, then the text and its zero.
     static unsigned char* buffer = nullptr;
     buffer = new unsigned char[4 * size + 1];
     unsigned char* text = buffer + size;

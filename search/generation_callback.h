@@ -1,14 +1,14 @@
-// The callback of every search: shows progress and carries the stop.
+// The callback of every search: shows progress and passes the stop on.
 #pragma once
 
 #include "prime/big_number.h"
 
-// The mark of an event: "." a candidate, "*" a passed iteration, "!" a passed
-// turn of a safe prime, "." anything else.
+// The mark of an event: "." for candidateEvent, "*" for iterationEvent, "!" for
+// turnEvent, "." for any other number.
 char progressChar(int event);
 
-// Emits the event's mark, to the file outPrompt (opened and closed for this one
-// mark, which is lost when that fails) or, without one and unless noPrompt is
-// set, to standard output. Returns 1 to go on, 0 once the stop flag that
+// Writes the event's mark to the file outPrompt, if there is one; otherwise to standard
+// output, unless noPrompt is set. The file is opened and closed for this one mark; when
+// it cannot be opened, the mark is lost. Returns 1 to go on, 0 once the stop flag that
 // `callback` carries is set. `counter` is ignored. Any number of threads.
 int callBack2(int event, int counter, GenCallback* callback);

@@ -8,8 +8,8 @@ namespace
 {
 
 constexpr std::uint32_t longestMilliseconds = 500;
-// Enough for a thread that can run at once, on another processor or this one.
-// Beyond that the machine is busy, or the other thread does not come.
+// Enough for a thread that can run at once, on another processor or this one. After that
+// either the machine is busy or no thread is about to raise the flag.
 constexpr int mostYields = 200;
 constexpr int mostPauses = 500;
 

@@ -1,5 +1,5 @@
-// What the workers share: the point that the next window starts from, and the
-// prime that was found.
+// What the workers share: how far the windows have been handed out, and the prime that
+// was found.
 #pragma once
 
 #include "prime/big_number.h"
@@ -17,16 +17,16 @@ struct SearchContext {
     std::uint8_t safe;            // 1: a safe prime is wanted
 };
 
-// Where the next window starts, one window below what getNextBase hands out
-// next. Under the search lock; left to the process's end.
+// The start of the window handed out last; before the first, the base. Guarded by the
+// search lock. Never freed: it lives as long as the process.
 extern BIGNUM* sharedBase;
 
 // The distance between windows. Written by setBase, then only read.
 extern std::uint64_t maxDelta;
 
-// The prime published last, or null. Written under the search lock. The driver
-// reads it without, after the wait for all threads, which for too many threads
-// ends before they do: hence atomic.
+// The prime published last, or null. Written under the search lock. The driver reads it
+// without the lock, after its wait for all threads. With too many threads that wait ends
+// before they do, so it is atomic.
 extern std::atomic<BIGNUM*> resultPrime;
 
 // Installs a search for a prime of `bits` bits above `base`, which it takes over,
@@ -34,9 +34,9 @@ extern std::atomic<BIGNUM*> resultPrime;
 void setBase(TrackedLock& lock, BIGNUM* base, std::int32_t bits);
 
 // Advances sharedBase by one window and returns a copy of it, the caller's to
-// free, or null when memory is short. No two calls give the same number.
+// free, or null when memory is short. No two calls return the same number.
 BIGNUM* getNextBase(TrackedLock& lock);
 
 // Publishes a copy of `prime` as resultPrime, or null when it cannot be copied.
-// What was published before is dropped, not freed: a reader may have it.
+// What was published before is dropped, not freed: a reader may still use it.
 void setPrime(TrackedLock& lock, const BIGNUM* prime);

@@ -12,7 +12,7 @@
 namespace
 {
 
-// Wakes the stop watcher. Returns whether there was a semaphore to wake it by.
+// Wakes the stop watcher. Returns whether there was a semaphore to wake it with.
 bool signalStop(const wchar_t* semaphoreName)
 {
     if (!semaphoreName)
@@ -25,16 +25,16 @@ bool signalStop(const wchar_t* semaphoreName)
     return true;
 }
 
-// The thread that makes the workers has no more than its share of the processor. With
-// hundreds at work it would need ten times as long for the rest of a thousand. So a
-// worker gives up a turn for every 64 that began before it, at most 16.
-void leaveTurnsToTheMaker()
+// The thread that makes the workers gets one share of the processor, like each of them.
+// With hundreds of workers running it would need ten times as long to make the rest of a
+// thousand. So a worker yields once for every 64 that began before it, at most 16 times.
+void yieldToTheMaker()
 {
     static std::atomic<std::uint32_t> workersBefore{0};
-    constexpr std::uint32_t workersForATurn = 64;
-    constexpr std::uint32_t mostTurns = 16;
-    const std::uint32_t turns = std::min(workersBefore++ / workersForATurn, mostTurns);
-    for (std::uint32_t i = 0; i < turns; ++i)
+    constexpr std::uint32_t workersForAYield = 64;
+    constexpr std::uint32_t mostYields = 16;
+    const std::uint32_t yields = std::min(workersBefore++ / workersForAYield, mostYields);
+    for (std::uint32_t i = 0; i < yields; ++i)
         yieldThread();
 }
 
@@ -49,7 +49,7 @@ std::int32_t searchWorker(TrackedLock& lock, GenCallback* callback,
         BIGNUM* candidate = getNextBase(lock);
         if (!candidate)
             return -1;
-        // The copy is left to the process's end when no context can be had.
+        // Without a context the copy is never freed.
         BN_CTX* context = BN_CTX_new();
         if (!context)
             return -1;
@@ -63,8 +63,8 @@ std::int32_t searchWorker(TrackedLock& lock, GenCallback* callback,
         BN_CTX_free(context);
         BN_clear(candidate);
         BN_free(candidate);
-        // A small prime is found faster than a thread wakes: without this a lone
-        // worker would often publish a later window's prime over its first.
+        // A small prime is found in less time than a thread needs to wake: without this a
+        // lone worker would often publish a later window's prime over its first.
         if (signalled)
             waitBrieflyFor(stopFlag);
     }
@@ -73,7 +73,7 @@ std::int32_t searchWorker(TrackedLock& lock, GenCallback* callback,
 
 std::uint32_t workerThreadProc(void* context)
 {
-    leaveTurnsToTheMaker();
+    yieldToTheMaker();
     const auto* search = static_cast<const SearchContext*>(context);
     return static_cast<std::uint32_t>(searchWorker(*search->lock, search->callback,
                                                    search->semaphoreName, search->safe));

@@ -7,8 +7,8 @@
 
 // Searches windows until the stop flag that `callback` carries is set. For each
 // prime found the semaphore `semaphoreName` (null: none) is released, then the
-// prime stored; whether the release succeeded does not matter.
-// Returns 0 when it ended for the flag, -1 when memory for a window was short.
+// prime is stored; whether the release succeeded does not matter.
+// Returns 0 when the flag ended it, -1 when there was no memory for a window.
 std::int32_t searchWorker(TrackedLock& lock, GenCallback* callback,
                           const wchar_t* semaphoreName, std::uint8_t safe);
 

@@ -12,14 +12,15 @@ std::uint32_t stopWatcherThreadProc(void* context)
     SemaphoreHandle semaphore = nullptr;
     if (search->semaphoreName)
         semaphore = createNamedSemaphore(search->semaphoreName, 0, 1);
-    // Before any worker starts: a search that nobody can stop must not.
+    // Raised before the watcher counts as ready, since a search that nobody can stop must
+    // not start.
     OneWayFlag& stopFlag = stopFlagOf(search->callback);
     if (!semaphore)
         stopFlag = 1;
     stopWatcherReady = 1;
     if (semaphore) {
         waitForSemaphore(semaphore);
-        // Also when it could not be waited on.
+        // Also when the wait failed.
         stopFlag = 1;
         closeSemaphore(semaphore);
     }

@@ -5,12 +5,12 @@
 
 #include <cstdint>
 
-// 1 once the watcher of this process has its semaphore, or knows that it gets
-// none: a prime found before could not stop the search.
+// Raised once the watcher of this process has its semaphore, or knows that it gets none.
+// A prime found earlier could not stop the search.
 extern OneWayFlag stopWatcherReady;
 
 // The thread procedure of the watcher; `context` points to the SearchContext.
-// Creates the semaphore of that name, count 0 of at most 1, or takes the one that
-// exists as it is; waits on it and sets the stop flag. Without a name, or with
-// one that cannot be a semaphore's, it sets the flag at once. Returns 0.
+// Creates the semaphore that the SearchContext names, with count 0 of at most 1, or opens
+// the one that exists as it is. Waits on it, then raises the stop flag. Without a name,
+// or with one that cannot be a semaphore's, it raises the flag at once. Returns 0.
 std::uint32_t stopWatcherThreadProc(void* context);

@@ -3,6 +3,6 @@
 
 #include <openssl/bn.h>
 
-// Formats `number` as pairs of upper-case hex digits, each with a blank behind
-// it, and drops the text: the place to look at, or print, a found prime from.
+// Formats `number` as pairs of upper-case hex digits, each followed by a blank, and drops
+// the text. A found prime can be looked at, or printed, from here.
 void traceNumberHex(const BIGNUM* number);

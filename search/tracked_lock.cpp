@@ -50,8 +50,8 @@ void TrackedLock::waitReady()
 void TrackedLock::acquire(const wchar_t* name, std::int32_t line)
 {
     waitReady();
-    // Again on purpose: for a destroyed lock, whose first wait ended early, one
-    // more yield before it is entered all the same.
+    // Again on purpose: for a destroyed lock, whose first wait ended early, one more
+    // yield before it is entered all the same.
     waitReady();
     enterCriticalSection(criticalSection);
     ++depth;
@@ -63,6 +63,7 @@ void TrackedLock::acquire(const wchar_t* name, std::int32_t line)
 void TrackedLock::release()
 {
     --depth;
+    // The thread stays.
     if (depth < 1) {
         holderName = nullptr;
         holderLine = 0;

@@ -14,9 +14,9 @@ struct TrackedLock {
     static constexpr std::int32_t guardReady = 48298;
 
     CriticalSection criticalSection;
-    // guardInitialising during construction, guardReady ever after.
+    // guardInitialising during construction, guardReady from then on.
     std::atomic<std::int32_t> readyGuard;
-    // 1 once the critical section was deleted.
+    // 1 once the critical section has been deleted.
     std::atomic<std::uint8_t> destroyed;
     // Acquisitions not yet released; the holder may nest them.
     std::int32_t depth;
@@ -28,16 +28,16 @@ struct TrackedLock {
     // 1 from construction on.
     std::uint8_t constructed;
 
-    // Ready, free. The guard turns ready only after the critical section is.
+    // Ready and free. The guard turns ready only after the critical section is.
     TrackedLock();
-    // Nobody may hold the lock. Acquiring it afterwards is still answered.
+    // Nobody may hold the lock. A late thread may still acquire it afterwards.
     ~TrackedLock();
     TrackedLock(const TrackedLock&) = delete;
     TrackedLock& operator=(const TrackedLock&) = delete;
 
-    // Returns once the guard is ready or the lock destroyed. A guard that does
-    // not turn ready within 102 yields is set ready and the lock taken for
-    // constructed: the wait bridges a short interval, it is no validity check.
+    // Returns once the guard is ready or the lock is destroyed. If the guard is not ready
+    // after 102 yields, it is set to ready all the same: the wait bridges the short time
+    // of construction, and is no check that the lock is valid.
     void waitReady();
 
     // Waits until the lock is ready and free, or held by this thread, then takes
