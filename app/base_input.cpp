@@ -50,6 +50,7 @@ std::size_t decodeStreamText(const char* text, std::uint8_t* out, std::size_t ca
             ++position;
             continue;
         }
+        // docs/fixed-behaviour.md: backslash
         if (character == '\\') {
             position += 2;
             continue;
@@ -77,6 +78,7 @@ std::int32_t decodeHex(std::uint8_t* out, std::int32_t capacity, const wchar_t* 
             continue;
         }
         const int value = pairValue(text[position], text[position + 1]);
+        // docs/fixed-behaviour.md: bad-pair
         if (value == noDigit)
             return count;
         if (out && capacity > count)
@@ -97,6 +99,7 @@ BIGNUM* readBaseFromStream(std::int32_t bits, std::FILE* stream)
 
     if (stream == stdin && !noPrompt)
         printOut("Please enter hex %d bytes:\n", (bits + 7) / 8);
+    // docs/fixed-behaviour.md: whole-items
     if (std::fread(text, 3, size, stream) < size) {
         OPENSSL_cleanse(text, 4 * size + 1);
         return nullptr;
@@ -106,7 +109,7 @@ BIGNUM* readBaseFromStream(std::int32_t bits, std::FILE* stream)
     BIGNUM* base = nullptr;
     if (decodeStreamText(text, bytes, size) >= size)
         base = BN_bin2bn(bytes, static_cast<int>(size), nullptr);
-    // One byte less than was used.
+    // One byte less than was used. docs/fixed-behaviour.md: last-byte
     OPENSSL_cleanse(text, 4 * size);
     return base;
 }

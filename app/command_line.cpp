@@ -30,6 +30,7 @@ void walkArguments(Text* text, Start start, End end)
             break;
         case State::word:
         case State::quotes:
+            // docs/fixed-behaviour.md: plain-quotes
             if (*text == (state == State::word ? L' ' : L'"')) {
                 state = State::outside;
                 end(text);
@@ -41,6 +42,7 @@ void walkArguments(Text* text, Start start, End end)
 
 std::int32_t findExact(const CommandLine& commandLine, const wchar_t* name)
 {
+    // docs/fixed-behaviour.md: program-path
     for (std::int32_t i = commandLine.count - 1; i >= 0; --i)
         if (compareIgnoringCase(commandLine.args[static_cast<std::size_t>(i)], name) == 0)
             return i;
@@ -108,6 +110,7 @@ int removeArg(CommandLine& commandLine, std::int32_t index)
 int getOption(CommandLine& commandLine, const wchar_t* name, const wchar_t*& value,
               const wchar_t* defaultValue)
 {
+    // docs/fixed-behaviour.md: exact-first, last-option, any-value
     const std::int32_t exact = findExact(commandLine, name);
     if (exact != notFound)
         return exact + 1 < commandLine.count && takeNext(commandLine, exact, value);

@@ -89,7 +89,7 @@ bool isByteCount(std::int32_t count)
 Base baseFromText(const wchar_t* text)
 {
     const std::int32_t count = decodeHex(nullptr, 0, text);
-    // No message.
+    // No message. docs/fixed-behaviour.md: silent-end
     if (!isByteCount(count))
         return {nullptr, 0, exitNoResult};
 
@@ -105,6 +105,7 @@ Base baseFromText(const wchar_t* text)
 }
 
 // The base whose text is `count` times the first character of `pattern`.
+// docs/fixed-behaviour.md: test-text
 Base baseFromTestText(const wchar_t* pattern, std::int32_t count)
 {
     if (!isByteCount(count))
@@ -158,6 +159,7 @@ struct ThreadsEnd {
 ThreadsEnd runThreads(SearchContext& context, std::int32_t threadCount)
 {
     // A list of handles cannot have a negative length: the program ends abnormally.
+    // docs/fixed-behaviour.md: negative-threads
     if (threadCount < -1)
         throw std::bad_array_new_length();
 
@@ -172,11 +174,12 @@ ThreadsEnd runThreads(SearchContext& context, std::int32_t threadCount)
         waitBrieflyFor(stopWatcherReady);
     // One worker that cannot be made makes the wait fail. The others are then not tried:
     // thousands of attempts, each with a small share of the processor, would only delay
-    // the end.
+    // the end. docs/fixed-behaviour.md: no-workers
     std::size_t made = 1;
     while (made < wanted && (made == 1 || handles[made - 1]))
         handles[made++] = createThread(workerThreadProc, &context);
 
+    // docs/fixed-behaviour.md: many-threads
     const auto waited = static_cast<int>(std::min(wanted, made));
     ThreadsEnd end{exitNoResult, waitForThreads(handles.get(), waited)};
     for (std::size_t i = 0; i < made; ++i) {
@@ -200,10 +203,12 @@ std::int32_t reportResult(const Options& options, std::int32_t bits,
         static_cast<std::int32_t>(static_cast<std::uint32_t>(processClock()) -
                                   static_cast<std::uint32_t>(startTime));
     // The stop watcher is counted here and not at the start.
+    // docs/fixed-behaviour.md: finish-threads
     const auto threads = static_cast<std::uint32_t>(options.threadCount) + 1;
     if (!noPrompt)
         printFinished(elapsed / 1000, options.safe, bits,
                       static_cast<std::int32_t>(threads));
+    // docs/fixed-behaviour.md: exit-characters, discarded-trace
     exitCode = writeResult(stdout);
     traceNumberHex(result);
     BN_clear(result);

@@ -7,6 +7,7 @@ namespace
 
 constexpr char version[] = "1.0";
 
+// docs/fixed-behaviour.md: usage-text
 constexpr char usage[] =
     "Prime generation utility %d, v.%s Copyright 2026 the norv authors\n"
     "Usage:\n"

@@ -14,7 +14,7 @@ std::int32_t writeResult(std::FILE* stream)
     if (size == 0)
         return 0;
 
-    // The binary form, then the text and its zero.
+    // The binary form, then the text and its zero. docs/fixed-behaviour.md: result-buffer
     static unsigned char* buffer = nullptr;
     buffer = new unsigned char[4 * size + 1];
     unsigned char* text = buffer + size;
@@ -29,6 +29,7 @@ std::int32_t writeResult(std::FILE* stream)
     }
     text[length] = '\0';
 
+    // docs/fixed-behaviour.md: result-text
     if (!noPrompt)
         printTo(stream, "Result:");
     return static_cast<std::int32_t>(std::fwrite(text, 1, length, stream));

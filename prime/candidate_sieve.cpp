@@ -20,6 +20,7 @@ constexpr std::uint64_t largestWordOffset = 0x7fffffff;
 
 // The start a little above the given number, cut to `bits` bits and with its
 // top bit forced. An odd number goes up by 2, an even one by 3.
+// docs/fixed-behaviour.md: start-above, one-top-bit, above-the-top
 bool startFromGiven(BIGNUM* candidate, int bits, BN_CTX* context)
 {
     const BigNumber modulus(BN_new());

@@ -38,7 +38,7 @@ public:
     {
         return numbers_.back() != nullptr;
     }
-    // The first is taken and not used.
+    // The first is taken and not used. docs/fixed-behaviour.md: spare-number
     BIGNUM* w1() const
     {
         return numbers_[1];
@@ -109,6 +109,7 @@ Iteration runIteration(const Subject& subject, const Temporaries& t)
     }
     // b^(w-1) itself would only tell why w is composite; that the step can be
     // made still decides between a verdict and a failure.
+    // docs/fixed-behaviour.md: last-squaring
     return squareResidue(subject, t) ? Iteration::composite : Iteration::failed;
 }
 
@@ -119,6 +120,7 @@ int iterationsFor(int bits)
     return bits <= 2048 ? 64 : 128;
 }
 
+// docs/fixed-behaviour.md: ignored-arguments
 int isPrime(const BIGNUM* w, int checks, BN_CTX* context, int /*flag*/,
             GenCallback* callback)
 {
@@ -137,6 +139,7 @@ int isPrime(const BIGNUM* w, int checks, BN_CTX* context, int /*flag*/,
         context = ownContext.get();
     }
     PrimeTestStatus status = primeTestComposite;
+    // docs/fixed-behaviour.md: refused-iteration
     if (!millerRabin(w, checks, context, callback, &status))
         return 0;
     return status == primeTestProbablePrime;
@@ -168,6 +171,7 @@ int millerRabin(const BIGNUM* w, int checks, BN_CTX* context, GenCallback* callb
         return 0;
     const Subject subject{w, a, montgomery.get(), context};
 
+    // docs/fixed-behaviour.md: negative-checks
     if (checks == 0)
         checks = iterationsFor(BN_num_bits(w));
     for (int i = 0; i < checks; ++i) {

@@ -24,6 +24,7 @@ Verdict testSafe(const BIGNUM* candidate, BIGNUM* half, int checks, int number,
 {
     if (!BN_rshift1(half, candidate))
         return Verdict::failed;
+    // docs/fixed-behaviour.md: alternating-test
     for (int i = 0; i < checks; ++i) {
         for (const BIGNUM* tested : {candidate, static_cast<const BIGNUM*>(half)}) {
             const Verdict verdict = toVerdict(isPrime(tested, 1, context, 0, callback));
@@ -37,7 +38,7 @@ Verdict testSafe(const BIGNUM* candidate, BIGNUM* half, int checks, int number,
 }
 
 // 7, of three bits, is the smallest safe prime that is searched for; four and five
-// bits are refused.
+// bits are refused. docs/fixed-behaviour.md: safe-sizes
 bool existsWith(int bits, bool safe)
 {
     return safe ? bits == 3 || bits >= 6 : bits >= 2;
@@ -45,6 +46,7 @@ bool existsWith(int bits, bool safe)
 
 } // namespace
 
+// docs/fixed-behaviour.md: ignored-arguments
 int generatePrime(BIGNUM* candidate, int /*ignoredBits*/, int mode,
                   const BIGNUM* /*ignoredAdd*/, const BIGNUM* /*ignoredRemainder*/,
                   GenCallback* callback, BN_CTX* context)
@@ -56,6 +58,7 @@ int generatePrime(BIGNUM* candidate, int /*ignoredBits*/, int mode,
     const int checks = iterationsFor(bits);
 
     // The sieve overwrites the entries that it uses: one table serves them all.
+    // docs/fixed-behaviour.md: residues-unwiped
     const std::unique_ptr<std::uint16_t[]> residues(new (std::nothrow)
                                                         std::uint16_t[smallPrimeCount]());
     if (!residues)

@@ -38,6 +38,7 @@ int drawUntilBelow(BIGNUM* result, const BIGNUM* bound, int bits)
     for (int left = drawLimit;;) {
         if (!drawBits(result, bits))
             return 0;
+        // docs/fixed-behaviour.md: hundredth-draw
         if (--left == 0)
             return 0;
         if (BN_cmp(result, bound) < 0)
@@ -55,6 +56,7 @@ int drawAndReduce(BIGNUM* result, const BIGNUM* bound, int bits)
         for (int i = 0; i < 2 && BN_cmp(result, bound) >= 0; ++i)
             if (!BN_sub(result, result, bound))
                 return 0;
+        // docs/fixed-behaviour.md: hundredth-draw
         if (--left == 0)
             return 0;
         if (BN_cmp(result, bound) < 0)

@@ -13,6 +13,7 @@ namespace
 void appendMark(const wchar_t* path, char mark)
 {
     static TrackedLock callbackLock;
+    // docs/fixed-behaviour.md: holder-lines, file-per-mark
     const TrackedLockScope scope(callbackLock, L"callBack2", 85);
     std::FILE* file = openForAppending(path);
     if (!file)
@@ -31,7 +32,7 @@ char progressChar(int event)
     case turnEvent:
         return '!';
     case candidateEvent:
-    default:
+    default: // docs/fixed-behaviour.md: unknown-event
         return '.';
     }
 }
@@ -39,10 +40,12 @@ char progressChar(int event)
 int callBack2(int event, int /*counter*/, GenCallback* callback)
 {
     const char mark = progressChar(event);
+    // docs/fixed-behaviour.md: quiet-file
     if (outPrompt)
         appendMark(outPrompt, mark);
     else if (!noPrompt)
         printOut("%c", mark);
     // Read last: the event that first sees the stop still shows its mark.
+    // docs/fixed-behaviour.md: mark-at-stop
     return stopFlagOf(callback) == 0;
 }

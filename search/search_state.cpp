@@ -9,6 +9,7 @@ std::atomic<BIGNUM*> resultPrime{nullptr};
 
 void setBase(TrackedLock& lock, BIGNUM* base, std::int32_t bits)
 {
+    // docs/fixed-behaviour.md: holder-lines
     const TrackedLockScope scope(lock, L"setBase", 213);
     baseBits = bits;
     sharedBase = base;
@@ -19,6 +20,7 @@ BIGNUM* getNextBase(TrackedLock& lock)
 {
     const TrackedLockScope scope(lock, L"getNextBase", 221);
     // Advance before copying: no two workers may ever receive the same start.
+    // docs/fixed-behaviour.md: advance-first, unchecked-advance
     BN_add_word(sharedBase, maxDelta);
     return BN_dup(sharedBase);
 }
@@ -26,5 +28,6 @@ BIGNUM* getNextBase(TrackedLock& lock)
 void setPrime(TrackedLock& lock, const BIGNUM* prime)
 {
     const TrackedLockScope scope(lock, L"setPrime", 207);
+    // docs/fixed-behaviour.md: last-prime
     resultPrime = BN_dup(prime);
 }

@@ -20,7 +20,7 @@ bool signalStop(const wchar_t* semaphoreName)
     SemaphoreHandle semaphore = openNamedSemaphore(semaphoreName);
     if (!semaphore)
         return false;
-    releaseSemaphore(semaphore);
+    releaseSemaphore(semaphore); // docs/fixed-behaviour.md: unchecked-release
     closeSemaphore(semaphore);
     return true;
 }
@@ -49,13 +49,14 @@ std::int32_t searchWorker(TrackedLock& lock, GenCallback* callback,
         BIGNUM* candidate = getNextBase(lock);
         if (!candidate)
             return -1;
-        // Without a context the copy is never freed.
+        // Without a context the copy is never freed. docs/fixed-behaviour.md: window-left
         BN_CTX* context = BN_CTX_new();
         if (!context)
             return -1;
 
         bool signalled = false;
         if (generatePrime(candidate, 0, mode, nullptr, nullptr, callback, context)) {
+            // docs/fixed-behaviour.md: release-first, discarded-trace
             signalled = signalStop(semaphoreName);
             traceNumberHex(candidate);
             setPrime(lock, candidate);

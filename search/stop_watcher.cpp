@@ -11,9 +11,10 @@ std::uint32_t stopWatcherThreadProc(void* context)
     const auto* search = static_cast<const SearchContext*>(context);
     SemaphoreHandle semaphore = nullptr;
     if (search->semaphoreName)
+        // docs/fixed-behaviour.md: semaphore-as-it-is
         semaphore = createNamedSemaphore(search->semaphoreName, 0, 1);
     // Raised before the watcher counts as ready, since a search that nobody can stop must
-    // not start.
+    // not start. docs/fixed-behaviour.md: no-semaphore
     OneWayFlag& stopFlag = stopFlagOf(search->callback);
     if (!semaphore)
         stopFlag = 1;

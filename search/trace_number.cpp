@@ -24,6 +24,7 @@ void traceNumberHex(const BIGNUM* number)
     }
     text[length] = L'\0';
 
+    // docs/fixed-behaviour.md: discarded-trace
     OPENSSL_cleanse(bytes.get(), count);
     OPENSSL_cleanse(text.get(), capacity * sizeof(wchar_t));
 }

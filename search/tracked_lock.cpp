@@ -39,6 +39,7 @@ void TrackedLock::waitReady()
     for (int counter = 0; destroyed == 0; ++counter) {
         if (readyGuard == guardReady)
             return;
+        // docs/fixed-behaviour.md: forced-guard
         if (counter > mostReadyChecks) {
             readyGuard = guardReady;
             return;
@@ -51,7 +52,7 @@ void TrackedLock::acquire(const wchar_t* name, std::int32_t line)
 {
     waitReady();
     // Again on purpose: for a destroyed lock, whose first wait ended early, one more
-    // yield before it is entered all the same.
+    // yield before it is entered all the same. docs/fixed-behaviour.md: two-waits
     waitReady();
     enterCriticalSection(criticalSection);
     ++depth;
@@ -63,7 +64,7 @@ void TrackedLock::acquire(const wchar_t* name, std::int32_t line)
 void TrackedLock::release()
 {
     --depth;
-    // The thread stays.
+    // The thread stays. docs/fixed-behaviour.md: holder-record
     if (depth < 1) {
         holderName = nullptr;
         holderLine = 0;

@@ -25,7 +25,7 @@ struct TrackedLock {
     std::int32_t holderLine;
     // The thread that acquired last, kept after its release. 0xFFFFFFFF: none yet.
     std::uint32_t holderThreadId;
-    // 1 from construction on.
+    // 1 from construction on. docs/fixed-behaviour.md: holder-record
     std::uint8_t constructed;
 
     // Ready and free. The guard turns ready only after the critical section is.

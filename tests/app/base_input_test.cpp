@@ -1,6 +1,7 @@
 #include "app/base_input.h"
 
 #include "search/settings.h"
+#include "tests/fakes/array_memory.h"
 #include "tests/support/big.h"
 
 #include <cstdio>
@@ -245,6 +246,24 @@ TEST(ReadBaseFromStream, AsksNothingOfAStreamThatIsNotStandardInput)
     testing::internal::CaptureStdout();
     EXPECT_EQ("A", read(1, "0a "));
     EXPECT_EQ("", testing::internal::GetCapturedStdout());
+}
+
+TEST(ReadBaseFromStream, WipesAllButTheLastDecodedByte)
+{
+    // Of five bytes: fifteen characters, a zero, five decoded bytes.
+    watchNextArray(21);
+    EXPECT_EQ("102030405", read(5, "01 02 03 04 05 "));
+    EXPECT_EQ(1, arrayWatch.releases);
+    EXPECT_EQ(20U, arrayWatch.leadingZeros);
+    EXPECT_FALSE(arrayWatch.wiped);
+}
+
+TEST(ReadBaseFromStream, WipesAllThatItReadOfAStreamThatEndsEarly)
+{
+    watchNextArray(21);
+    EXPECT_EQ("none", read(5, "01 02 03 04 05"));
+    EXPECT_EQ(1, arrayWatch.releases);
+    EXPECT_TRUE(arrayWatch.wiped);
 }
 
 } // namespace

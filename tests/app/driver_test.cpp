@@ -6,6 +6,7 @@
 #include "search/tracked_lock.h"
 #include "tests/app/driver_fixture.h"
 #include "tests/fakes/thread.h"
+#include "tests/fakes/trace_number.h"
 #include "tests/support/big.h"
 
 #include <limits>
@@ -577,6 +578,19 @@ TEST_F(Driver, PrintsTheResultAloneWhenQuiet)
     EXPECT_EQ(6, run(L"norv -base FFFF -threads 3 -noPrompt"));
     EXPECT_EQ(1, job.quiet);
     EXPECT_EQ("0A 1B ", output);
+}
+
+TEST_F(Driver, TracesTheResult)
+{
+    std::string traced;
+    fakeTraceNumber = [&traced](const BIGNUM* number) {
+        traced = toHex(number);
+    };
+    found = "0A1B";
+    run(L"norv -base FFFF -threads 3");
+    fakeTraceNumber = [](const BIGNUM*) {
+    };
+    EXPECT_EQ("A1B", traced);
 }
 
 TEST_F(Driver, SaysNothingOfTheEndWithoutAResult)

@@ -2,6 +2,7 @@
 
 #include "search/search_state.h"
 #include "search/settings.h"
+#include "tests/fakes/array_memory.h"
 #include "tests/platform/temporary_folder.h"
 #include "tests/support/big.h"
 
@@ -102,6 +103,15 @@ TEST_F(WriteResult, CountsNothingThatTheStreamDoesNotTake)
     std::FILE* readOnly = std::fopen((folder / "result").string().c_str(), "rb");
     EXPECT_EQ(0, writeResult(readOnly));
     std::fclose(readOnly);
+}
+
+TEST_F(WriteResult, NeverFreesItsBuffer)
+{
+    // Of two bytes: these, six characters and a zero.
+    watchNextArray(9);
+    write("0A1B");
+    EXPECT_NE(nullptr, arrayWatch.block);
+    EXPECT_EQ(0, arrayWatch.releases);
 }
 
 } // namespace

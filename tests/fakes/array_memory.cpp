@@ -10,13 +10,28 @@ ArrayWatch arrayWatch;
 namespace
 {
 
+std::size_t awaitedSize = 0;
+
+void* allocate(std::size_t size)
+{
+    void* block = std::malloc(size ? size : 1);
+    if (size != 0 && size == awaitedSize) {
+        awaitedSize = 0;
+        arrayWatch = {block, size};
+    }
+    return block;
+}
+
 void release(void* block) noexcept
 {
     if (block && block == arrayWatch.block) {
         const auto* bytes = static_cast<const unsigned char*>(block);
         ++arrayWatch.releases;
-        arrayWatch.wiped = std::all_of(bytes, bytes + arrayWatch.size,
-                                       [](unsigned char byte) { return byte == 0; });
+        const auto* end = bytes + arrayWatch.size;
+        const auto* first =
+            std::find_if(bytes, end, [](unsigned char byte) { return byte != 0; });
+        arrayWatch.wiped = first == end;
+        arrayWatch.leadingZeros = static_cast<std::size_t>(first - bytes);
         arrayWatch.block = nullptr;
     }
     std::free(block);
@@ -24,16 +39,22 @@ void release(void* block) noexcept
 
 } // namespace
 
+void watchNextArray(std::size_t size)
+{
+    arrayWatch = {};
+    awaitedSize = size;
+}
+
 void* operator new[](std::size_t size)
 {
-    if (void* block = std::malloc(size ? size : 1))
+    if (void* block = allocate(size))
         return block;
     throw std::bad_alloc();
 }
 
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
 {
-    return arrayAllocationFails ? nullptr : std::malloc(size ? size : 1);
+    return arrayAllocationFails ? nullptr : allocate(size);
 }
 
 void operator delete[](void* block) noexcept

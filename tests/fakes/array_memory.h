@@ -11,7 +11,11 @@ struct ArrayWatch {
     const void* block = nullptr;
     std::size_t size = 0;
     int releases = 0;
-    // Whether all `size` bytes were zero then.
+    // Whether all `size` bytes were zero then, and how many of the first ones.
     bool wiped = false;
+    std::size_t leadingZeros = 0;
 };
 extern ArrayWatch arrayWatch;
+
+// Watches the next array of `size` bytes that a new[] makes, where a test cannot name it.
+void watchNextArray(std::size_t size);

@@ -1,6 +1,7 @@
 // The test's big numbers: wiped when it ends, and what happens without memory.
 #include "prime/miller_rabin.h"
 
+#include "prime/events.h"
 #include "tests/fakes/crypto_memory.h"
 #include "tests/prime/engine.h"
 #include "tests/prime/random_draws.h"
@@ -178,4 +179,22 @@ TEST_F(MillerRabinMemory, GivesNoVerdictWhenTheLastSquaringFails)
 {
     // 3 modulo 4: the squaring that decides nothing is the only one.
     failEachAllocation(oracle::powerOfTwo(255, -21), primeTestComposite);
+}
+
+TEST_F(MillerRabinMemory, SquaresOnceMoreBeforeItsVerdictOnAComposite)
+{
+    // Both are 3 modulo 4, and no iteration squares on its way to a passed one. The
+    // squaring after that alone needs words for the number that it squares.
+    const auto allocations = [this](int distance) {
+        RandomDraws draws(Script{{3}});
+        const BigNumber number = fromHex(oracle::powerOfTwo(255, -distance));
+        const Context context = newContext();
+        failCryptoAllocation(-1);
+        isPrime(number.get(), 1, context.get(), 0, trace_.callback());
+        return cryptoAllocations();
+    };
+    const int ofAPrime = allocations(765);
+    EXPECT_EQ(1, trace_.count(iterationEvent));
+    EXPECT_LT(ofAPrime, allocations(21));
+    EXPECT_EQ(1, trace_.count(iterationEvent));
 }

@@ -5,6 +5,8 @@
 #include "tests/support/event_trace.h"
 #include "tests/support/gmp_oracle.h"
 
+#include <algorithm>
+#include <array>
 #include <gtest/gtest.h>
 
 namespace
@@ -337,6 +339,26 @@ TEST_F(MillerRabin, LeavesTheNumberAlone)
     const BigNumber number = fromHex("FFFFFFFFFFFFFFC5");
     EXPECT_EQ(1, ::isPrime(number.get(), 3, context_.get(), 0, nullptr));
     EXPECT_EQ("FFFFFFFFFFFFFFC5", toHex(number.get()));
+}
+
+TEST_F(MillerRabin, LeavesTheFirstNumberThatItTakesUnused)
+{
+    // A context lends the same numbers again, in the same order.
+    std::array<const BIGNUM*, 3> lent{};
+    {
+        const ContextFrame frame(context_.get());
+        for (const BIGNUM*& number : lent)
+            number = BN_CTX_get(context_.get());
+    }
+    std::array<std::string, 3> during;
+    trace_.refuses = [&](const Event&) {
+        std::transform(lent.begin(), lent.end(), during.begin(), toHex);
+        return false;
+    };
+    RandomDraws draws(Script{{0}});
+    EXPECT_EQ(1, isPrime("65"));
+    // The second and the third hold w - 1 and w - 3.
+    EXPECT_EQ((std::array<std::string, 3>{"0", "64", "62"}), during);
 }
 
 TEST_F(MillerRabin, LeavesTheContextUsable)

@@ -221,6 +221,17 @@ TEST_F(SearchSteps, FreeTheTableOnSuccessAndOnFailure)
     }
 }
 
+TEST_F(SearchSteps, FreeTheTableUnwiped)
+{
+    onSieve_ = [](std::uint16_t* residues) {
+        std::fill_n(residues, smallPrimeCount, std::uint16_t{0xABCD});
+        arrayWatch = {residues, smallPrimeCount * sizeof(std::uint16_t)};
+    };
+    EXPECT_EQ(1, search(modeFromBase));
+    EXPECT_EQ(1, arrayWatch.releases);
+    EXPECT_EQ(0U, arrayWatch.leadingZeros);
+}
+
 TEST_F(SearchSteps, DoNotBeginWithoutATable)
 {
     arrayAllocationFails = true;

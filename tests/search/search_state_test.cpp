@@ -218,6 +218,16 @@ TEST_F(SearchState, HandsNothingOutWhenTheBaseCannotBeCopied)
     EXPECT_EQ("3FFFFFFFFFFFFFC58", nextBase());
 }
 
+TEST_F(SearchState, HandsTheBaseOutEvenWhenItCannotBeAdvanced)
+{
+    // The sum needs a second word.
+    install("FFFFFFFFFFFFFFFF", 64);
+    failCryptoAllocation(0);
+    const BigNumber copy(getNextBase(lock));
+    failCryptoAllocation(-1);
+    EXPECT_NE(nullptr, copy);
+}
+
 TEST_F(SearchState, PublishesInsideTheLock)
 {
     bool publishedBefore = true;

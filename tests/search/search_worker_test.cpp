@@ -4,6 +4,7 @@
 #include "tests/fakes/crypto_memory.h"
 #include "tests/fakes/named_semaphore.h"
 #include "tests/fakes/prime_generation.h"
+#include "tests/fakes/trace_number.h"
 #include "tests/platform/run_threads.h"
 #include "tests/search/search_fixture.h"
 
@@ -200,6 +201,25 @@ TEST_F(SearchWorker, ReleasesTheSemaphoreBeforeItStoresTheResult)
     EXPECT_NE(nullptr, resultPrime.load());
 }
 
+TEST_F(SearchWorker, TracesThePrimeBetweenTheReleaseAndTheResult)
+{
+    std::string traced;
+    bool stored = true;
+    std::size_t callsBefore = 0;
+    fakeTraceNumber = [&](const BIGNUM* number) {
+        traced = toHex(number);
+        stored = resultPrime != nullptr;
+        callsBefore = fakeSemaphore.calls.size();
+    };
+    findAndStopByRelease("65");
+    work(L"stop");
+    fakeTraceNumber = [](const BIGNUM*) {
+    };
+    EXPECT_EQ("65", traced);
+    EXPECT_FALSE(stored);
+    EXPECT_EQ(fakeSemaphore.calls.size(), callsBefore);
+}
+
 TEST_F(SearchWorker, StoresThePrimeAlthoughTheReleaseFails)
 {
     findAndStopByRelease("65");
@@ -276,6 +296,17 @@ TEST_F(SearchWorker, LeavesTheSharedBaseAsItIsWhenItPublishes)
     findAndStopByRelease("65");
     work(L"stop");
     EXPECT_EQ("1FFFFFFFFFFFFFEC8", toHex(sharedBase));
+}
+
+TEST_F(SearchWorker, LeavesTheCopyOfTheBaseWhenItGetsNoContext)
+{
+    settleCryptoMemory();
+    const int before = cryptoBlocks();
+    failCryptoAllocation(2);
+    EXPECT_EQ(-1, work());
+    failCryptoAllocation(-1);
+    // The copy's record and its words.
+    EXPECT_EQ(before + 2, cryptoBlocks());
 }
 
 class SearchWorkerShortOfMemory : public SearchWorker,
