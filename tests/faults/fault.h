@@ -18,7 +18,7 @@ struct Fault {
     int number = 0;
     // Of a system call: its errno. 0 stands for a transfer of less than was asked.
     int error = 0;
-    // Of a library call: whether it fails behind its work, not in place of it. Then
+    // Of a library call: whether it fails after its work, not in place of it. Then
     // only calls that can are counted.
     bool late = false;
 };
@@ -54,7 +54,7 @@ public:
 };
 
 // For the places where calls are seen: counts this one and tells whether it fails.
-// `late`: whether it is asked behind the call's work.
+// `late`: whether it is asked after the call's work.
 bool strikes(FaultKind kind, const char* function, bool late = false);
 
 // For allocations that throw: notes that the fault which just struck has to.

@@ -50,10 +50,12 @@ constexpr int freshByte = 0xA5;
 struct Block {
     std::size_t size;
     bool crypto;
+    bool mustBeWiped = false;
 };
 
-using Blocks = std::unordered_map<void*, Block, std::hash<void*>, std::equal_to<>,
-                                  PlainAllocator<std::pair<void* const, Block>>>;
+using Blocks =
+    std::unordered_map<const void*, Block, std::hash<const void*>, std::equal_to<>,
+                       PlainAllocator<std::pair<const void* const, Block>>>;
 
 constexpr std::size_t characters = 8;
 
@@ -169,11 +171,18 @@ bool holdsSecret(const Watch& watched, const void* block, std::size_t size, bool
                   : watched.starts.toldBy({bytes, size});
 }
 
+bool isWiped(const void* block, std::size_t size)
+{
+    const auto* bytes = static_cast<const std::uint8_t*>(block);
+    return std::all_of(bytes, bytes + size,
+                       [](std::uint8_t byte) { return byte == 0 || byte == freshByte; });
+}
+
 void noteAllocation(void* block, std::size_t size, bool crypto)
 {
     Watch& watched = watch();
     const std::lock_guard guard(watched.mutex);
-    watched.blocks[block] = {size, crypto};
+    watched.blocks[block] = {size, crypto, false};
     ++(crypto ? watched.live.crypto : watched.live.own);
 }
 
@@ -189,7 +198,8 @@ bool noteRelease(void* block, bool crypto)
         return false;
     }
     const std::size_t size = found->second.size;
-    if (watched.secrets.watched && holdsSecret(watched, block, size, crypto)) {
+    if ((found->second.mustBeWiped && !isWiped(block, size)) ||
+        (watched.secrets.watched && holdsSecret(watched, block, size, crypto))) {
         ++watched.errors.secretFrees;
         ++faultReport->secretFrees;
         watched.errors.secretBlockSize = size;
@@ -377,6 +387,26 @@ void watchForSecrets(bool watched)
 {
     const std::lock_guard guard(watch().mutex);
     watch().secrets.watched = watched;
+}
+
+long secretCryptoBlocks()
+{
+    Watch& watched = watch();
+    const std::lock_guard guard(watched.mutex);
+    return std::count_if(
+        watched.blocks.begin(), watched.blocks.end(), [&](const auto& entry) {
+            return entry.second.crypto &&
+                   holdsSecret(watched, entry.first, entry.second.size, true);
+        });
+}
+
+void expectWiped(const void* block)
+{
+    Watch& watched = watch();
+    const std::lock_guard guard(watched.mutex);
+    const auto found = watched.blocks.find(block);
+    if (found != watched.blocks.end())
+        found->second.mustBeWiped = true;
 }
 
 MemoryErrors takeMemoryErrors()

@@ -38,6 +38,13 @@ void forgetSecrets();
 // Whether blocks are searched for secret bytes when they are given back.
 void watchForSecrets(bool watched);
 
+// How many blocks that the library holds now contain something secret.
+long secretCryptoBlocks();
+
+// The block, where there is one, must hold zeros when it is given back, apart from what
+// was never written in it. Otherwise it counts as one with something secret.
+void expectWiped(const void* block);
+
 // What went wrong since the last call. The report of the fault counts it as well.
 struct MemoryErrors {
     int foreignFrees;            // given back twice, or never given out

@@ -3,11 +3,9 @@
 // give nothing.
 //
 //   norv_program_faults [--any-build]   without the check of what the program imports
-#include "tests/faults/crypto_calls.h"
 #include "tests/faults/fault.h"
 #include "tests/faults/faulty_norv.h"
-#include "tests/faults/imports.h"
-#include "tests/faults/system_calls.h"
+#include "tests/faults/listed_calls.h"
 #include "tests/faults/tally.h"
 #include "tests/platform/posix/semaphore_locks.h"
 #include "tests/support/foreign_semaphore.h"
@@ -302,7 +300,7 @@ Outcomes allowedAfter(const std::string& function, int error)
 }
 
 // Fails each call of each of these functions, with each error, until a run makes
-// fewer. `prepare` comes before a run, `check` behind it.
+// fewer. `prepare` comes before a run, `check` after it.
 void failSystemCalls(
     const Run& run, const Arguments& functions, const std::function<void()>& prepare,
     const std::function<void(const Fault&)>& check,
@@ -564,7 +562,7 @@ void failLibraryCalls(const Workplace& place)
 {
     constexpr int mostCalls = 4;
     for (const bool safe : {false, true})
-        for (const CryptoFunction& function : cryptoFunctions())
+        for (const ListedFunction& function : cryptoFunctions())
             for (int number = 1; function.canFail && number <= mostCalls; ++number) {
                 const Fault fault{FaultKind::libraryCall, function.name, number};
                 runFaulty(searchOfTwo(place, safe), fault,
@@ -732,31 +730,15 @@ void checkWatch(const Workplace& place)
 
 // The lists
 
-std::set<std::string> failableImports()
-{
-    const std::vector<std::string> imported = importsOf(NORV_PROGRAM, "GLIBC_");
-    std::set<std::string> failable;
-    for (const SystemFunction& function : systemFunctions())
-        if (function.canFail &&
-            std::binary_search(imported.begin(), imported.end(), function.name))
-            failable.insert(function.name);
-    return failable;
-}
+constexpr const char* cLibrary = "GLIBC_";
 
 void checkImports()
 {
-    tally.where = "imports";
-    std::set<std::string> listed;
-    for (const SystemFunction& function : systemFunctions()) {
-        listed.insert(function.name);
+    tally.where = "errors";
+    for (const ListedFunction& function : systemFunctions())
         tally.expect(!function.canFail || errors.count(function.name) == 1,
                      std::string(function.name) + " has no errors");
-    }
-    const std::vector<std::string> imported = importsOf(NORV_PROGRAM, "GLIBC_");
-    checkListed(imported, listed, tally);
-    std::cout << "C library: " << imported.size()
-              << " functions imported, of those listed: " << failableImports().size()
-              << " can fail\n";
+    checkListed(systemFunctions(), "C library", cLibrary, tally);
 }
 
 void checkAllFailed()
@@ -765,7 +747,7 @@ void checkAllFailed()
     // All others fail in searches alone.
     tally.expect(tally.struckIn("BN_GENCB_new"), "BN_GENCB_new never failed");
     // A thread that gives way seldom has to pause.
-    for (const std::string& name : failableImports())
+    for (const std::string& name : failableImports(systemFunctions(), cLibrary))
         tally.expect(tally.struckIn(name) || name == "nanosleep", name + " never failed");
 }
 
