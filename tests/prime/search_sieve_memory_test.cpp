@@ -4,13 +4,11 @@
 #include "prime/candidate_sieve.h"
 #include "prime/sieve_primes.h"
 #include "tests/fakes/array_memory.h"
-#include "tests/fakes/crypto_memory.h"
 #include "tests/prime/engine.h"
 #include "tests/support/gmp_oracle.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <iostream>
 
 namespace
 {
@@ -23,7 +21,6 @@ class SieveWithoutMemory : public testing::Test
 protected:
     ~SieveWithoutMemory() override
     {
-        failCryptoAllocation(-1);
         arrayAllocationFails = false;
     }
 
@@ -64,53 +61,6 @@ protected:
         }
     }
 
-    // Lets each allocation of the library fail in turn and looks at this array.
-    void failEachAllocation(int array)
-    {
-        settleCryptoMemory();
-        const std::string base = oracle::randomNumber(bits, 8);
-        int failures = 0;
-        int known = 0;
-        for (bool struck = true; struck; ++failures) {
-            candidate = fromHex(base);
-            context = newContext();
-            bool found = true;
-            {
-                SearchSieve sieve = makeCleanSieve();
-                watchArray(sieve, array);
-                failCryptoAllocation(failures);
-                for (int i = 0; i < 12 && found; ++i) {
-                    found = next(sieve) == 1;
-                    if (found) {
-                        sieveSlice(sieve, context.get());
-                        known += knowsFactor(sieve) ? 1 : 0;
-                    }
-                }
-                struck = cryptoAllocations() > failures;
-                failCryptoAllocation(-1);
-            }
-            ASSERT_TRUE(arrayWatch.wiped) << "array " << array << ", fault " << failures;
-            if (found)
-                checkCandidate(base);
-        }
-        std::cout << failures << " allocations failed in turn\n";
-        EXPECT_GT(failures, 5);
-        EXPECT_GT(known, 0);
-    }
-
-    // What stands in the candidate after a success is the plain sieve's.
-    void checkCandidate(const std::string& base)
-    {
-        const BigNumber plain = fromHex(base);
-        bool met = false;
-        for (int i = 0; i < 12 && !met; ++i) {
-            ASSERT_EQ(1, nextCandidate(plain.get(), bits, mode, residues.data(),
-                                       context.get()));
-            met = BN_cmp(plain.get(), candidate.get()) == 0;
-        }
-        ASSERT_TRUE(met);
-    }
-
     static constexpr int arrayCount = 3;
 
     Context context = newContext();
@@ -130,19 +80,9 @@ TEST_F(SieveWithoutMemory, IsIdleWithoutItsArrays)
     EXPECT_FALSE(knowsFactor(sieve));
 }
 
-TEST_F(SieveWithoutMemory, IsIdleWithoutItsNumbers)
-{
-    settleCryptoMemory();
-    failCryptoAllocation(0);
-    SearchSieve sieve = makeSearchSieve(bits, mode);
-    failCryptoAllocation(-1);
-    EXPECT_EQ(0U, sieve.windowLength);
-    EXPECT_EQ(1, next(sieve));
-}
-
-// A block that memory had no room for stays away, and the places of those behind it
+// A block that memory had no room for stays away, and the places of those after it
 // are not mistaken.
-TEST_F(SieveWithoutMemory, KnowsNoPrimeBehindABlockThatIsMissing)
+TEST_F(SieveWithoutMemory, KnowsNoPrimeAfterABlockThatIsMissing)
 {
     arrayAllocationFails = true;
     EXPECT_TRUE(sievePrimes(1).empty());
@@ -203,14 +143,6 @@ TEST_F(SieveWithoutMemory, WipesNoPlacesThatItNeverWrote)
     EXPECT_EQ(sieve.smallCount + 3 * sieve.sliceLength,
               sieve.nextIndex.get_deleter().written);
     EXPECT_LT(sieve.known, sieve.primeCount);
-}
-
-// The sieve may know less, tells nothing that is not so, and leaves nothing of what it
-// wrote before the failure.
-TEST_F(SieveWithoutMemory, SurvivesTheFailureOfEachAllocation)
-{
-    for (int array = 0; array < arrayCount; ++array)
-        failEachAllocation(array);
 }
 
 } // namespace
