@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace
 {
@@ -14,6 +17,19 @@ thread_local int threadNumber = 0;
 } // namespace
 
 FaultReport* faultReport = &ownReport;
+
+bool shareFaultReport(const char* path)
+{
+    const int file = path ? open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0600) : -1;
+    const bool sized = ftruncate(file, sizeof(FaultReport)) == 0;
+    void* memory =
+        mmap(nullptr, sizeof(FaultReport), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    close(file);
+    if (!sized || memory == MAP_FAILED)
+        return false;
+    faultReport = static_cast<FaultReport*>(memory);
+    return true;
+}
 
 void armFault(const Fault& fault)
 {

@@ -38,6 +38,10 @@ struct FaultReport {
 // The report that is written, of this process only by default.
 extern FaultReport* faultReport;
 
+// Puts the report into this file, made where it is missing, so that processes share it.
+// False when that is not possible, also without a path.
+bool shareFaultReport(const char* path);
+
 // Clears the report and lets this fault happen from now on, in any thread.
 void armFault(const Fault& fault);
 void disarmFault();

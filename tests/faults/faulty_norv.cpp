@@ -18,10 +18,8 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
-#include <fcntl.h>
 #include <sstream>
 #include <string>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
@@ -40,19 +38,6 @@ Fault describedFault()
     if (fault.function == "-")
         fault.function.clear();
     return fault;
-}
-
-bool shareReport()
-{
-    const char* path = std::getenv("NORV_FAULT_REPORT");
-    const int file = path ? open(path, O_RDWR | O_CLOEXEC) : -1;
-    void* memory =
-        mmap(nullptr, sizeof(FaultReport), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-    close(file);
-    if (memory == MAP_FAILED)
-        return false;
-    faultReport = static_cast<FaultReport*>(memory);
-    return true;
 }
 
 // What the workers' searches for primes start at, window by window.
@@ -111,7 +96,7 @@ int main()
         static_cast<void>(std::signal(fault, [](int) { _exit(brokenExitCode); }));
     static_cast<void>(std::signal(SIGALRM, [](int) { _exit(hungExitCode); }));
     alarm(hungSeconds);
-    if (!shareReport() || !seesLibraryMemory())
+    if (!shareFaultReport(std::getenv("NORV_FAULT_REPORT")) || !seesLibraryMemory())
         return unsetExitCode;
     watchFor(std::getenv("NORV_FAULT_SECRET"));
 

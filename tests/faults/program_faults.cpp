@@ -18,7 +18,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -28,10 +27,10 @@
 #include <set>
 #include <stdexcept>
 #include <string>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace
@@ -89,20 +88,16 @@ std::string contentOf(const std::string& path)
 void shareReport(const Workplace& place)
 {
     const std::string path = place.folder / "report";
-    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (ftruncate(file, sizeof(FaultReport)) != 0)
+    if (!shareFaultReport(path.c_str()))
         throw std::runtime_error("no report");
-    void* memory =
-        mmap(nullptr, sizeof(FaultReport), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-    if (memory == MAP_FAILED)
-        throw std::runtime_error("no report");
-    close(file);
-    faultReport = static_cast<FaultReport*>(memory);
     setenv("NORV_FAULT_REPORT", path.c_str(), 1);
     setenv("NORV_FAULT_NAMES", place.file.c_str(), 1);
 }
 
 // Runs and how they end
+
+enum class Outcome { result, none, notStarted, abnormal, wrong };
+using Outcomes = std::set<Outcome>;
 
 struct Run {
     std::string name;
@@ -111,15 +106,24 @@ struct Run {
     bool safe = false;
     Streams streams = {};
     std::string base = {}; // its digits, where they are looked for in freed memory
+    Outcomes unharmed = {Outcome::result}; // without a fault
 };
+
+// One worker that searches 32 bits.
+Run smallRun(const Workplace& place, std::string name, const Arguments& more = {})
+{
+    Run run{
+        std::move(name),
+        {"-threads", "1", "-base", "8001C0DE", "-stopSemaphoreName", place.semaphore}};
+    run.arguments.insert(run.arguments.end(), more.begin(), more.end());
+    return run;
+}
 
 constexpr FaultKind kinds[] = {FaultKind::libraryCall, FaultKind::libraryMemory,
                                FaultKind::ownMemory, FaultKind::systemCall};
 
 // Threads are counted as they start, from the process's own.
 constexpr int watcherThread = 1;
-
-enum class Outcome { result, none, notStarted, abnormal, wrong };
 
 const char* inWords(Outcome outcome)
 {
@@ -199,8 +203,6 @@ std::string inWords(const Ending& ending)
            ", errors " + ending.errors;
 }
 
-using Outcomes = std::set<Outcome>;
-
 void expectOutcome(const Run& run, const Ending& ending, const Outcomes& allowed)
 {
     const Outcome outcome = outcomeOf(run, ending);
@@ -217,8 +219,7 @@ void runFaulty(const Run& run, const Fault& fault,
     tally.where = run.name + ", " + inWords(fault);
     const Ending ending = start(run, fault);
     tally.count(fault, *faultReport);
-    expectOutcome(run, ending,
-                  faultReport->struck ? allowed() : Outcomes{Outcome::result});
+    expectOutcome(run, ending, faultReport->struck ? allowed() : run.unharmed);
 }
 
 // System calls
@@ -299,6 +300,9 @@ Outcomes allowedAfter(const std::string& function, int error)
     return {result};
 }
 
+void nothing() {}
+void noCheck(const Fault& /*fault*/) {}
+
 // Fails each call of each of these functions, with each error, until a run makes
 // fewer. `prepare` comes before a run, `check` after it.
 void failSystemCalls(
@@ -368,9 +372,7 @@ void plant(const Workplace& place, const std::string& path, std::string image)
 void failAroundTheSemaphore(const Workplace& place)
 {
     const std::string image = makeDeadSemaphore(place);
-    const Run run{"semaphore",
-                  {"-threads", "1", "-base", "8001C0DE", "-noPrompt",
-                   "-stopSemaphoreName", place.semaphore}};
+    const Run run = smallRun(place, "semaphore", {"-noPrompt"});
     const auto prepare = [&] {
         plant(place, place.named(), image);
         plant(place, place.dead(), image);
@@ -390,18 +392,14 @@ void failAroundTheSemaphore(const Workplace& place)
                               "sem_init", "sem_post", "sem_clockwait",  "unlink"};
     failSystemCalls(run, functions, prepare, check);
     // The abandoned one is taken over; without one the semaphore is made.
-    const auto prepareNothing = [] {
-    };
-    failSystemCalls(run, functions, prepareNothing, check);
+    failSystemCalls(run, functions, nothing, check);
 }
 
 // The same with a semaphore that another program made.
 void failWithForeignSemaphore(const Workplace& place)
 {
     const std::wstring name(place.semaphore.begin(), place.semaphore.end());
-    const Run run{"foreign semaphore",
-                  {"-threads", "1", "-base", "8001C0DE", "-noPrompt",
-                   "-stopSemaphoreName", place.semaphore}};
+    const Run run = smallRun(place, "foreign semaphore", {"-noPrompt"});
     const auto prepare = [&] {
         removeForeign(name);
         createForeign(name, 0);
@@ -419,9 +417,7 @@ void failWithForeignSemaphore(const Workplace& place)
 // The same with the semaphore of another run, which the first release stops.
 void failWithSharedSemaphore(const Workplace& place)
 {
-    const Run run{"shared semaphore",
-                  {"-threads", "1", "-base", "8001C0DE", "-noPrompt",
-                   "-stopSemaphoreName", place.semaphore}};
+    const Run run = smallRun(place, "shared semaphore", {"-noPrompt"});
     std::unique_ptr<Process> holder;
     const auto prepare = [&] {
         holder = startHolder(place);
@@ -437,9 +433,7 @@ void failWithSharedSemaphore(const Workplace& place)
 // A mark that fails is lost, and nothing else.
 void failMarks(const Workplace& place)
 {
-    const Run run{"marks in a file",
-                  {"-threads", "1", "-base", "8001C0DE", "-outPrompt", place.marks(),
-                   "-stopSemaphoreName", place.semaphore}};
+    const Run run = smallRun(place, "marks in a file", {"-outPrompt", place.marks()});
     const auto prepare = [&] {
         fs::remove(place.marks());
     };
@@ -467,10 +461,7 @@ void failStreams(const Workplace& place)
                   32,
                   false,
                   {Streams::Input::text, "80 01 C0 DE "}};
-    const auto nothing = [] {
-    };
-    failSystemCalls(run, {"fread", "vfprintf", "__vfprintf_chk"}, nothing,
-                    [](const Fault&) {});
+    failSystemCalls(run, {"fread", "vfprintf", "__vfprintf_chk"}, nothing, noCheck);
 
     // The exit code is the number of characters that the stream took.
     tally.where = run.name + ", half of the result";
@@ -486,9 +477,7 @@ void failStreams(const Workplace& place)
 // Standard output is a terminal.
 void failOnATerminal(const Workplace& place)
 {
-    const Run run{
-        "terminal",
-        {"-threads", "1", "-base", "8001C0DE", "-stopSemaphoreName", place.semaphore}};
+    const Run run = smallRun(place, "terminal");
     for (const std::string function : {"isatty", "setvbuf"}) {
         const Fault fault{FaultKind::systemCall, function, 1, errors.at(function)[0]};
         tally.where = run.name + ", " + inWords(fault);
@@ -505,25 +494,17 @@ void failOnATerminal(const Workplace& place)
 // A run that ends while its threads wait.
 void failWithTooManyThreads(const Workplace& place)
 {
-    const Run run{"64 threads",
-                  {"-threads", "64", "-base", "8001C0DE", "-noPrompt",
-                   "-stopSemaphoreName", place.semaphore}};
-    for (const std::string function : {"fflush", "fcntl", "pthread_create", "unlink"})
-        for (const int error : errors.at(function))
-            for (int number = 1;; ++number) {
-                const Fault fault{FaultKind::systemCall, function, number, error};
-                tally.where = run.name + ", " + inWords(fault);
-                const Ending ending = start(run, fault);
-                tally.count(fault, *faultReport);
-                // So small a prime may stand there before the wait has failed.
-                expectOutcome(run, ending,
-                              {faultReport->struck && function == "pthread_create"
-                                   ? Outcome::notStarted
-                                   : Outcome::none,
-                               Outcome::result});
-                if (!faultReport->struck)
-                    break;
-            }
+    Run run{"64 threads",
+            {"-threads", "64", "-base", "8001C0DE", "-noPrompt", "-stopSemaphoreName",
+             place.semaphore}};
+    // So small a prime may stand there before the wait has failed.
+    run.unharmed = {Outcome::none, Outcome::result};
+    failSystemCalls(run, {"fflush", "fcntl", "pthread_create", "unlink"}, nothing,
+                    noCheck, [&](const std::string& function, int) {
+                        return function == "pthread_create"
+                                   ? Outcomes{Outcome::notStarted, Outcome::result}
+                                   : run.unharmed;
+                    });
     unlink(place.named().c_str());
 }
 
@@ -643,21 +624,15 @@ std::string unread(const Workplace& place)
 
 void tryRealStreams(const Workplace& place)
 {
-    const Run run{
-        "",
-        {"-threads", "1", "-base", "8001C0DE", "-stopSemaphoreName", place.semaphore}};
+    const Run run = smallRun(place, "");
     const int wholeResult = seenExitCode(static_cast<int>(charactersOf(run)));
-    const auto with = [&](const std::string& file) {
-        Arguments arguments = run.arguments;
-        arguments.insert(arguments.end(), {"-outPrompt", file});
-        return arguments;
-    };
 
     for (const std::string& file : {std::string("/dev/full"), place.folder.string(),
                                     (place.folder / "missing/marks").string(),
                                     std::string("/proc/version"), unread(place)}) {
         tally.where = "marks in " + file;
-        expectOutcome(run, runReal(with(file)), {Outcome::result});
+        expectOutcome(run, runReal(smallRun(place, "", {"-outPrompt", file}).arguments),
+                      {Outcome::result});
     }
     tally.where = "standard output closed";
     Ending ending =
@@ -669,11 +644,7 @@ void tryRealStreams(const Workplace& place)
     tally.expect(ending.inTime && ending.exitCode == wholeResult, inWords(ending));
 
     tally.where = "standard output full";
-    std::string command = std::string("exec '") + NORV_PROGRAM + "'";
-    for (const std::string& argument : run.arguments)
-        command += " " + argument;
-    Process full("/bin/sh", {"-c", command + " >/dev/full"});
-    ending = full.wait();
+    ending = Process(shell, outputTo("/dev/full", NORV_PROGRAM, run.arguments)).wait();
     tally.expect(ending.inTime && ending.exitCode == wholeResult && ending.errors.empty(),
                  inWords(ending));
 

@@ -441,6 +441,9 @@ int main(int argc, char** argv)
     }
     settleLibraryMemory();
     checkWatch();
-    part == parts.end() ? failEverything() : part->second();
+    if (part == parts.end())
+        failEverything();
+    else
+        part->second();
     return tally.finish("searches", kindsOfFault);
 }
