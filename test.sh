@@ -89,7 +89,7 @@ task_memcheck() {
 task_stress() {
     tools/install build test
     build release
-    build/release/tests/end_to_end/norv_stress
+    build/release/tests/soak/norv_soak stress
 }
 
 # Every call that can fail is made to fail once: in searches inside one process, then in

@@ -95,8 +95,7 @@ void Group::countEnds(Tally& tally)
         ++tally.groupRuns;
         if (member.killed && !hung)
             continue;
-        tally.count(member.job, ending, true);
-        if (judge(member.job, ending) == Verdict::result)
+        if (tally.count(member.job, ending, true) == Verdict::result)
             ++tally.groupResults;
     }
 }

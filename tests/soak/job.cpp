@@ -20,9 +20,10 @@ constexpr int sureBits = 128;
 constexpr int sievedBits = 16;
 
 // Safe primes grow rare: mostly of at most 256 bits, so that a run is short.
-int sizeInBytes(Random& random, bool safe)
+int sizeInBytes(Random& random, bool safe, int smallest)
 {
-    return 2 + random.upTo(safe && !random.oneIn(25) ? 30 : 62);
+    const int largest = safe && !random.oneIn(25) ? 32 : 64;
+    return smallest + random.upTo(largest - smallest);
 }
 
 std::string randomBase(Random& random, int bits)
@@ -153,7 +154,7 @@ Job searchingJob(Random& random, const std::filesystem::path& marksFile)
 {
     Job job;
     job.safe = random.oneIn(2);
-    job.bits = 8 * sizeInBytes(random, job.safe);
+    job.bits = 8 * sizeInBytes(random, job.safe, sievedBits / 8);
     job.threads = 1 + random.upTo(random.oneIn(8) ? 62 : 7);
     job.base = randomBase(random, job.bits);
     job = completed(job, random);
@@ -161,6 +162,24 @@ Job searchingJob(Random& random, const std::filesystem::path& marksFile)
         job.marksFile = marksFile;
         job.arguments.insert(job.arguments.end(), {"-outPrompt", marksFile.string()});
     }
+    return job;
+}
+
+Job sureJob(Random& random)
+{
+    Job job;
+    job.safe = random.oneIn(2);
+    job.bits = 8 * sizeInBytes(random, job.safe, sureBits / 8);
+    job.threads = 1 + random.upTo(7);
+    job.base = randomBase(random, job.bits);
+    return completed(job, random);
+}
+
+Job unwaitedJob(int threads, int bits)
+{
+    Job job{.bits = bits, .threads = threads, .quiet = true};
+    job.base = std::string(static_cast<std::size_t>(bits) / 4, 'F');
+    job.arguments = {"-noPrompt", "-threads", std::to_string(threads), "-base", job.base};
     return job;
 }
 

@@ -42,11 +42,11 @@ private:
 
 // One run to start, but for the name of its semaphore.
 struct Job {
-    int bits = 0; // of the prime: 16 to 512, or more when it is hopeless
+    int bits = 0; // of the prime: 16 to 512, or more when no result is needed
     bool safe = false;
     int threads = 0;
     bool quiet = false;                   // no text but the result
-    std::string base;                     // hex digits
+    std::string base = {};                // hex digits
     Arguments arguments = {};             // all but the semaphore's name
     Streams streams = {};                 // with the base, where it goes that way
     std::string head = {};                // what is printed before any mark
@@ -55,6 +55,14 @@ struct Job {
 
 // A search that ends with a result soon. `marksFile` is written to by some.
 Job searchingJob(Random& random, const std::filesystem::path& marksFile);
+
+// A search of a size at which no composite passes by chance: each result is the first
+// of its window.
+Job sureJob(Random& random);
+
+// A search by more threads than one wait takes: it ends at once, with the result that
+// stands there already or, more often, without any.
+Job unwaitedJob(int threads, int bits);
 
 // A run that does not end before it is stopped: without workers, or searching for
 // what takes days.

@@ -1,7 +1,9 @@
 // Real runs for minutes: killed at any moment, sharing a name, stopped from outside,
-// and disturbed by a foreign program. For what happens once in ten thousand runs.
+// and disturbed by a foreign program; or many undisturbed ones in a row, then runs of
+// more threads than one wait takes. For what happens once in a thousand runs.
 //
 //   norv_soak [SECONDS [SEED]]
+//   norv_soak stress [SEARCHES [SEED]]
 #include "tests/platform/posix/semaphore_locks.h"
 #include "tests/platform/temporary_folder.h"
 #include "tests/soak/group.h"
@@ -13,6 +15,9 @@
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
+#include <random>
+#include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -23,6 +28,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int defaultSeconds = 300;
 constexpr int killsInDefaultTime = 500;
+constexpr int defaultSearches = 1000;
 
 class Soak
 {
@@ -49,6 +55,18 @@ public:
             break;
         }
         search(name);
+    }
+
+    // A tiny job may well be done before its threads could not be waited for.
+    void stress(long searches)
+    {
+        for (long i = 0; i < searches; ++i)
+            search(freshName(), sureJob(random_));
+        constexpr int largeRuns = 200;
+        constexpr int tinyRuns = 100;
+        for (const int threads : {64, 100, 1000})
+            for (int i = 0; i < largeRuns + tinyRuns; ++i)
+                crowd(unwaitedJob(threads, i < largeRuns ? 2048 : 16));
     }
 
     void twoUsers()
@@ -100,9 +118,28 @@ private:
     // A run alone with its name, which must be gone afterwards.
     void search(const std::wstring& name)
     {
-        const Job job = searchingJob(random_, freshFile());
+        search(name, searchingJob(random_, freshFile()));
+    }
+
+    void search(const std::wstring& name, const Job& job)
+    {
         tally_.count(job, start(job, name).wait(), false);
         ++tally_.searches;
+        tally_.safeSearches += job.safe ? 1 : 0;
+        expectNoName(name);
+    }
+
+    void crowd(const Job& job)
+    {
+        const std::wstring name = freshName();
+        ++tally_.unwaited;
+        if (tally_.count(job, start(job, name).wait(), true) == Verdict::result)
+            ++tally_.unwaitedResults;
+        expectNoName(name);
+    }
+
+    void expectNoName(const std::wstring& name)
+    {
         if (existsForeign(name)) {
             tally_.countName(name, "left behind");
             removeForeign(name);
@@ -153,7 +190,7 @@ private:
     const TemporaryFolder folder_;
 };
 
-void print(const Tally& tally, long seconds)
+void printSoak(const Tally& tally)
 {
     std::cout << tally.killed << " runs killed (" << tally.killedTooLate
               << " more had ended)\n"
@@ -163,35 +200,60 @@ void print(const Tally& tally, long seconds)
               << tally.groupResults << " with a result\n"
               << tally.twoUsers << " rounds of two users\n"
               << tally.composites << " composites in " << tally.smallResults
-              << " results of 24 to 120 bits\n"
-              << tally.hangs << " hangs, " << tally.wrong << " wrong results, "
+              << " results of 24 to 120 bits\n";
+}
+
+void printStress(const Tally& tally)
+{
+    std::cout << tally.searches << " searches (" << tally.safeSearches
+              << " for safe primes)\n"
+              << tally.unwaited << " runs of too many threads (" << tally.unwaitedResults
+              << " with a result)\n";
+}
+
+void printFaults(const Tally& tally, long seconds)
+{
+    std::cout << tally.hangs << " hangs, " << tally.wrong << " wrong results, "
               << tally.leftovers << " wrong names, " << seconds << " seconds"
               << std::endl;
+}
+
+// The number at `index` of the arguments, or `otherwise` where there is none.
+long numberAt(int index, int argc, char** argv, long otherwise)
+{
+    return argc > index ? std::strtol(argv[index], nullptr, 10) : otherwise;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const long seconds = argc > 1 ? std::strtol(argv[1], nullptr, 10) : defaultSeconds;
-    const unsigned seed = argc > 2
-                              ? static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10))
-                              : std::random_device()();
+    const bool stress = argc > 1 && std::string_view(argv[1]) == "stress";
+    const int first = stress ? 2 : 1;
+    const long amount =
+        numberAt(first, argc, argv, stress ? defaultSearches : defaultSeconds);
+    const auto seed =
+        static_cast<unsigned>(numberAt(first + 1, argc, argv, std::random_device()()));
     std::cout << "seed " << seed << std::endl;
 
-    // On a slow machine the kills decide, not the time.
-    const long kills = seconds * killsInDefaultTime / defaultSeconds;
     const auto begin = Clock::now();
     const auto elapsed = [begin] {
         return std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin)
             .count();
     };
     Soak soak(seed);
-    soak.twoUsers();
-    while (elapsed() < seconds || soak.tally().killed < kills)
-        soak.scene();
-    soak.checkNames();
-
-    print(soak.tally(), elapsed());
-    return seconds > 0 && soak.tally().isClean() ? 0 : 1;
+    if (stress) {
+        soak.stress(amount);
+        printStress(soak.tally());
+    } else {
+        // On a slow machine the kills decide, not the time.
+        const long kills = amount * killsInDefaultTime / defaultSeconds;
+        soak.twoUsers();
+        while (elapsed() < amount || soak.tally().killed < kills)
+            soak.scene();
+        soak.checkNames();
+        printSoak(soak.tally());
+    }
+    printFaults(soak.tally(), elapsed());
+    return amount > 0 && soak.tally().isClean() ? 0 : 1;
 }

@@ -2,13 +2,13 @@
 
 #include <iostream>
 
-void Tally::count(const Job& job, const Ending& ending, bool mayBeStopped)
+Verdict Tally::count(const Job& job, const Ending& ending, bool mayBeStopped)
 {
     const Verdict verdict = judge(job, ending);
     if (isWeak(job) && (verdict == Verdict::result || verdict == Verdict::composite))
         ++smallResults;
     if (verdict == Verdict::result || (verdict == Verdict::noResult && mayBeStopped))
-        return;
+        return verdict;
     if (verdict == Verdict::composite)
         ++composites;
     else
@@ -22,6 +22,7 @@ void Tally::count(const Job& job, const Ending& ending, bool mayBeStopped)
         std::cerr << ' ' << argument;
     std::cerr << "\n  ended with " << ending.exitCode << ", printed \"" << ending.output
               << "\", \"" << ending.errors << "\"\n";
+    return verdict;
 }
 
 void Tally::countName(const std::wstring& name, const char* fault)
