@@ -4,19 +4,14 @@
 #include "tests/platform/temporary_folder.h"
 #include "tests/search/search_fixture.h"
 
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 namespace
 {
 
-class GenerationCallbackLock : public testing::Test
+class GenerationCallbackLock : public SharedStateTest
 {
-public:
-    GenerationCallbackLock(const GenerationCallbackLock&) = delete;
-    GenerationCallbackLock& operator=(const GenerationCallbackLock&) = delete;
-
 protected:
     GenerationCallbackLock()
     {
@@ -28,8 +23,6 @@ protected:
     {
         fakeAcquired = fakeReleasing = [] {
         };
-        outPrompt = nullptr;
-        noPrompt = 0;
     }
 
     TemporaryFolder folder;

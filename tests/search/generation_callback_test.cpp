@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <gtest/gtest.h>
 #include <string>
 
 namespace
@@ -32,25 +31,9 @@ public:
     }
 };
 
-class GenerationCallback : public testing::Test
+class GenerationCallback : public SharedStateTest
 {
-public:
-    GenerationCallback(const GenerationCallback&) = delete;
-    GenerationCallback& operator=(const GenerationCallback&) = delete;
-
 protected:
-    GenerationCallback()
-    {
-        noPrompt = 0;
-        outPrompt = nullptr;
-    }
-
-    ~GenerationCallback() override
-    {
-        noPrompt = 0;
-        outPrompt = nullptr;
-    }
-
     void progressTo(const std::filesystem::path& path)
     {
         path_ = path.wstring();

@@ -7,8 +7,8 @@
 #include "search/settings.h"
 #include "search/stop_flag.h"
 #include "tests/support/big.h"
+#include "tests/support/shared_state.h"
 
-#include <gtest/gtest.h>
 #include <new>
 
 inline OwnedCallback makeCallback(OneWayFlag& stopFlag)
@@ -20,26 +20,13 @@ inline OwnedCallback makeCallback(OneWayFlag& stopFlag)
     return callback;
 }
 
-class SearchFixture : public testing::Test
+class SearchFixture : public SharedStateTest
 {
-public:
-    SearchFixture(const SearchFixture&) = delete;
-    SearchFixture& operator=(const SearchFixture&) = delete;
-
 protected:
     SearchFixture()
     {
         noPrompt = 1;
-        outPrompt = nullptr;
         setBase(lock, fromHex("1'0000'0000'0000'0000").release(), 64);
-    }
-
-    ~SearchFixture() override
-    {
-        BN_free(sharedBase);
-        sharedBase = nullptr;
-        takeResult();
-        noPrompt = 0;
     }
 
     // Takes the result published last out of the shared state, as the next one

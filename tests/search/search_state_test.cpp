@@ -1,24 +1,20 @@
 #include "search/search_state.h"
 
 #include "prime/base_bits.h"
+#include "prime/small_primes.h"
 #include "tests/fakes/crypto_memory.h"
 #include "tests/fakes/tracked_lock.h"
 #include "tests/support/big.h"
+#include "tests/support/shared_state.h"
 
-#include <gtest/gtest.h>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace
 {
 
-class SearchState : public testing::Test
+class SearchState : public SharedStateTest
 {
-public:
-    SearchState(const SearchState&) = delete;
-    SearchState& operator=(const SearchState&) = delete;
-
 protected:
     SearchState()
     {
@@ -30,15 +26,18 @@ protected:
         const auto nothing = [] {
         };
         fakeAcquired = fakeReleasing = nothing;
-        BN_free(sharedBase);
-        sharedBase = nullptr;
-        BN_free(resultPrime.exchange(nullptr));
     }
 
     void install(const char* base, std::int32_t bits)
     {
-        BN_free(sharedBase);
         setBase(lock, fromHex(base).release(), bits);
+    }
+
+    // A base whose windows lie that far apart.
+    void windowsOf(const char* base, std::uint64_t distance)
+    {
+        sharedBase = fromHex(base).release();
+        maxDelta = distance;
     }
 
     std::string nextBase()
@@ -75,78 +74,45 @@ TEST_F(SearchState, InstallsAllOfASearchInsideTheLock)
     fakeAcquired = [] {
         EXPECT_EQ(8, baseBits);
         EXPECT_EQ("FF", toHex(sharedBase));
-        EXPECT_EQ(0xFFFFFFFFFFFFFEC8U, maxDelta);
+        EXPECT_EQ(maxDeltaFor(8), maxDelta);
         BN_free(sharedBase);
     };
     fakeReleasing = [] {
         EXPECT_EQ(1024, baseBits);
         EXPECT_EQ("ABCD", toHex(sharedBase));
-        EXPECT_EQ(0xFFFFFFFFFFFFFD30U, maxDelta);
+        EXPECT_EQ(maxDeltaFor(1024), maxDelta);
     };
     setBase(lock, fromHex("ABCD").release(), 1024);
 }
 
-// Bits, and the window size that goes with them.
-using WindowSize = std::pair<std::int32_t, std::uint64_t>;
-
-class WindowSizes : public SearchState, public testing::WithParamInterface<WindowSize>
-{
-};
-
-TEST_P(WindowSizes, FollowTheBits)
-{
-    install("1", GetParam().first);
-    EXPECT_EQ(GetParam().second, maxDelta);
-}
-
-INSTANTIATE_TEST_SUITE_P(SearchState, WindowSizes,
-                         testing::Values(WindowSize{8, 0xFFFFFFFFFFFFFEC8},
-                                         WindowSize{512, 0xFFFFFFFFFFFFFEC8},
-                                         WindowSize{513, 0xFFFFFFFFFFFFFD30},
-                                         WindowSize{1024, 0xFFFFFFFFFFFFFD30},
-                                         WindowSize{1025, 0xFFFFFFFFFFFFF59E},
-                                         WindowSize{2048, 0xFFFFFFFFFFFFF59E},
-                                         WindowSize{2049, 0xFFFFFFFFFFFFE01E},
-                                         WindowSize{4096, 0xFFFFFFFFFFFFE01E},
-                                         WindowSize{4097, 0xFFFFFFFFFFFFBA38},
-                                         WindowSize{65536, 0xFFFFFFFFFFFFBA38}));
-
-TEST_F(SearchState, HandsTheBasePlusOneWindowOutFirst)
-{
-    install("1'0000'0000'0000'0000", 72);
-    EXPECT_EQ("1FFFFFFFFFFFFFEC8", nextBase());
-}
-
 TEST_F(SearchState, HandsOneWindowMoreOutEachTime)
 {
-    install("0", 512);
-    EXPECT_EQ("FFFFFFFFFFFFFEC8", nextBase());
-    EXPECT_EQ("1FFFFFFFFFFFFFD90", nextBase());
-    EXPECT_EQ("2FFFFFFFFFFFFFC58", nextBase());
-    EXPECT_EQ("2FFFFFFFFFFFFFC58", toHex(sharedBase));
+    windowsOf("1'0000'0000'0000'0000", 0xFFFFFFFFFFFFFEC8);
+    EXPECT_EQ("1FFFFFFFFFFFFFEC8", nextBase());
+    EXPECT_EQ("2FFFFFFFFFFFFFD90", nextBase());
+    EXPECT_EQ("3FFFFFFFFFFFFFC58", nextBase());
+    EXPECT_EQ("3FFFFFFFFFFFFFC58", toHex(sharedBase));
 }
 
 TEST_F(SearchState, HandsACopyOutThatIsTheCallersOwn)
 {
-    install("0", 8);
+    windowsOf("0", 0x1000);
     const BigNumber copy(getNextBase(lock));
     ASSERT_NE(copy.get(), sharedBase);
     BN_zero(copy.get());
-    EXPECT_EQ("FFFFFFFFFFFFFEC8", toHex(sharedBase));
+    EXPECT_EQ("1000", toHex(sharedBase));
 }
 
 TEST_F(SearchState, CopiesTheSignToo)
 {
-    install("-1'0000'0000'0000'0000", 8);
+    windowsOf("-3000", 0x1000);
     const BigNumber copy(getNextBase(lock));
-    EXPECT_TRUE(BN_is_negative(copy.get()));
-    EXPECT_EQ(0x138U, BN_get_word(copy.get()));
+    EXPECT_EQ("-2000", toHex(copy.get()));
 }
 
 TEST_F(SearchState, AdvancesAndCopiesInsideTheLock)
 {
-    install("0", 8);
-    fakeAcquisitions.clear();
+    windowsOf("0", 0x1000);
     std::string before;
     std::string after;
     fakeAcquired = [&] {
@@ -157,9 +123,9 @@ TEST_F(SearchState, AdvancesAndCopiesInsideTheLock)
         // A copy made later would be of this number.
         BN_zero(sharedBase);
     };
-    EXPECT_EQ("FFFFFFFFFFFFFEC8", nextBase());
+    EXPECT_EQ("1000", nextBase());
     EXPECT_EQ("0", before);
-    EXPECT_EQ("FFFFFFFFFFFFFEC8", after);
+    EXPECT_EQ("1000", after);
     EXPECT_EQ((std::vector<Acquisition>{{L"getNextBase", 221}}), fakeAcquisitions);
 }
 
@@ -177,19 +143,12 @@ TEST_F(SearchState, PublishesACopyOfThePrime)
     EXPECT_EQ("FFFFFFFFFFFFFFC5", toHex(prime.get()));
 }
 
-TEST_F(SearchState, LetsTheLastPrimePublishedWin)
+TEST_F(SearchState, LetsTheLastPrimePublishedWinAndFreesNoEarlierOne)
 {
     setPrime(lock, fromHex("65").get());
     const BigNumber dropped(resultPrime.load());
     setPrime(lock, fromHex("67").get());
     EXPECT_EQ("67", toHex(resultPrime));
-}
-
-TEST_F(SearchState, DropsAnEarlierResultWithoutFreeingIt)
-{
-    setPrime(lock, fromHex("65").get());
-    const BigNumber dropped(resultPrime.load());
-    setPrime(lock, fromHex("67").get());
     EXPECT_EQ("65", toHex(dropped.get()));
 }
 
@@ -208,14 +167,14 @@ TEST_F(SearchState, WipesAnEarlierResultWhenThePrimeCannotBeCopied)
 
 TEST_F(SearchState, HandsNothingOutWhenTheBaseCannotBeCopied)
 {
-    install("1'0000'0000'0000'0000", 72);
+    windowsOf("1'0000'0000'0000'0000", 0x1000);
     for (const int allocation : {0, 1}) {
         failCryptoAllocation(allocation);
         EXPECT_EQ(nullptr, getNextBase(lock));
         failCryptoAllocation(-1);
     }
     // Both windows are gone all the same.
-    EXPECT_EQ("3FFFFFFFFFFFFFC58", nextBase());
+    EXPECT_EQ("10000000000003000", nextBase());
 }
 
 TEST_F(SearchState, HandsTheBaseOutEvenWhenItCannotBeAdvanced)

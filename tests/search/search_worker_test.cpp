@@ -24,6 +24,7 @@ protected:
     SearchWorker()
     {
         fakeSemaphore = {};
+        maxDelta = distance;
         fakeGeneratePrime = [this](auto...) {
             stopFlag = 1;
             return 0;
@@ -48,6 +49,8 @@ protected:
     }
 
     using Calls = std::vector<std::string>;
+
+    static constexpr std::uint64_t distance = 0x1000; // of windows
 };
 
 TEST_F(SearchWorker, TakesNoWindowWhenTheFlagIsSetAlready)
@@ -73,12 +76,12 @@ TEST_F(SearchWorker, StartsOneWindowAboveTheBaseAndGoesOnWindowByWindow)
         return 0;
     };
     EXPECT_EQ(0, work());
-    EXPECT_EQ((std::vector<std::string>{"1FFFFFFFFFFFFFEC8", "2FFFFFFFFFFFFFD90",
-                                        "3FFFFFFFFFFFFFC58"}),
+    EXPECT_EQ((std::vector<std::string>{"10000000000001000", "10000000000002000",
+                                        "10000000000003000"}),
               starts);
 }
 
-TEST_F(SearchWorker, SearchesFromTheBaseForAnyPrime)
+TEST_F(SearchWorker, SearchesFromTheBaseForAnyPrimeOrForASafeOne)
 {
     int modeSeen = 0;
     fakeGeneratePrime = [&](BIGNUM*, int mode, auto...) {
@@ -88,30 +91,9 @@ TEST_F(SearchWorker, SearchesFromTheBaseForAnyPrime)
     };
     work(nullptr, 0);
     EXPECT_EQ(2, modeSeen);
-}
-
-TEST_F(SearchWorker, SearchesFromTheBaseForASafePrimeWhenAsked)
-{
-    int modeSeen = 0;
-    fakeGeneratePrime = [&](BIGNUM*, int mode, auto...) {
-        modeSeen = mode;
-        stopFlag = 1;
-        return 0;
-    };
+    stopFlag = 0;
     work(nullptr, 1);
     EXPECT_EQ(3, modeSeen);
-}
-
-TEST_F(SearchWorker, HandsTheCallbackToTheSearch)
-{
-    const GenCallback* callbackSeen = nullptr;
-    fakeGeneratePrime = [&](BIGNUM*, int, const GenCallback* given, BN_CTX*) {
-        callbackSeen = given;
-        stopFlag = 1;
-        return 0;
-    };
-    work();
-    EXPECT_EQ(callback.get(), callbackSeen);
 }
 
 TEST_F(SearchWorker, HandsAFreshContextToEachSearch)
@@ -295,7 +277,7 @@ TEST_F(SearchWorker, LeavesTheSharedBaseAsItIsWhenItPublishes)
 {
     findAndStopByRelease("65");
     work(L"stop");
-    EXPECT_EQ("1FFFFFFFFFFFFFEC8", toHex(sharedBase));
+    EXPECT_EQ("10000000000001000", toHex(sharedBase));
 }
 
 TEST_F(SearchWorker, LeavesTheCopyOfTheBaseWhenItGetsNoContext)
@@ -387,10 +369,9 @@ TEST_F(SearchWorker, SharesTheWindowsWithOthersSoThatEachIsTakenOnce)
     // No start twice, and none left out: as many as windows lie between the base
     // and where it stands now.
     EXPECT_EQ(taken, starts.size());
-    const BigNumber step = fromHex("FFFFFFFFFFFFFEC8");
     BigNumber expected = fromHex("1'0000'0000'0000'0000");
     for (std::size_t i = 0; i < taken; ++i) {
-        BN_add(expected.get(), expected.get(), step.get());
+        BN_add_word(expected.get(), distance);
         EXPECT_TRUE(starts.contains(toHex(expected.get())));
     }
     EXPECT_EQ(toHex(expected.get()), toHex(sharedBase));

@@ -18,12 +18,6 @@ protected:
     StopWatcher()
     {
         fakeSemaphore = {};
-        stopWatcherReady = 0;
-    }
-
-    ~StopWatcher() override
-    {
-        stopWatcherReady = 0;
     }
 
     std::uint32_t watch(const wchar_t* semaphoreName)

@@ -24,7 +24,6 @@ protected:
 
     StoppingSearch()
     {
-        stopWatcherReady = 0;
         fakeGeneratePrime = [this](BIGNUM*, int, GenCallback* given, BN_CTX*) {
             return searchInVain(given);
         };
@@ -33,7 +32,6 @@ protected:
     ~StoppingSearch() override
     {
         removeForeign(name);
-        stopWatcherReady = 0;
     }
 
     // A search of one window that ends when an event is refused.
