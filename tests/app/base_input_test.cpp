@@ -4,116 +4,21 @@
 #include "tests/fakes/array_memory.h"
 #include "tests/support/big.h"
 
+#include <array>
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <memory>
+#include <ostream>
 #include <string>
-#include <vector>
 
 namespace
 {
 
-using Bytes = std::vector<std::uint8_t>;
-
-// As the program does it: counted first, then decoded.
-Bytes decode(const wchar_t* text)
-{
-    Bytes bytes(static_cast<std::size_t>(decodeHex(nullptr, 0, text)));
-    const auto count = static_cast<std::int32_t>(bytes.size());
-    EXPECT_EQ(count, decodeHex(bytes.data(), count, text));
-    return bytes;
-}
-
-TEST(DecodeHex, TakesDigitsOfBothCases)
-{
-    EXPECT_EQ((Bytes{0x0A, 0x1B, 0xCD, 0xEF, 0x98}), decode(L"0a1BCdeF98"));
-}
-
-TEST(DecodeHex, SkipsABlankBetweenPairs)
-{
-    EXPECT_EQ((Bytes{0x0A, 0x1B}), decode(L"0A 1B"));
-}
-
-TEST(DecodeHex, SkipsSeveralBlanksBetweenPairs)
-{
-    EXPECT_EQ((Bytes{0x0A, 0x1B}), decode(L"0a  1b"));
-}
-
-TEST(DecodeHex, SkipsBlanksAroundThePairs)
-{
-    EXPECT_EQ((Bytes{0x0A, 0x1B}), decode(L"  0a1b "));
-}
-
-TEST(DecodeHex, CountsLeadingZeroBytes)
-{
-    EXPECT_EQ((Bytes{0x00, 0x00, 0xFF}), decode(L"0000FF"));
-}
-
-TEST(DecodeHex, DropsAnOddLastDigit)
-{
-    EXPECT_EQ(Bytes{0xAB}, decode(L"abc"));
-}
-
-TEST(DecodeHex, EndsAtAPairThatIsNone)
-{
-    EXPECT_EQ(Bytes{0x12}, decode(L"12zz34"));
-}
-
-TEST(DecodeHex, EndsAtABadSecondDigit)
-{
-    EXPECT_EQ(Bytes{0x12}, decode(L"123z45"));
-}
-
-TEST(DecodeHex, EndsAtABlankInsideAPair)
-{
-    EXPECT_EQ(Bytes{0x12}, decode(L"123 456"));
-}
-
-TEST(DecodeHex, FindsNothingBehindAnIntroducerOfHex)
-{
-    EXPECT_EQ(Bytes{}, decode(L"0x12"));
-}
-
-TEST(DecodeHex, FindsNothingInAnEmptyText)
-{
-    EXPECT_EQ(Bytes{}, decode(L""));
-}
-
-TEST(DecodeHex, FindsNothingInBlanks)
-{
-    EXPECT_EQ(Bytes{}, decode(L"   "));
-}
-
-TEST(DecodeHex, SkipsNoOtherWhiteSpace)
-{
-    EXPECT_EQ(Bytes{0x0A}, decode(L"0a\t1b"));
-    EXPECT_EQ(Bytes{0x0A}, decode(L"0a\n1b"));
-}
-
-TEST(DecodeHex, KnowsNoEscapes)
-{
-    EXPECT_EQ(Bytes{0x0A}, decode(L"0a\\n1b"));
-}
-
-TEST(DecodeHex, TakesTheDigitsOfNoOtherScript)
-{
-    // ARABIC-INDIC DIGIT ONE, FULLWIDTH DIGIT ONE, FULLWIDTH LATIN CAPITAL A.
-    EXPECT_EQ(Bytes{0x12}, decode(L"12\x0661\x0661"));
-    EXPECT_EQ(Bytes{0x12}, decode(L"12\xFF11\xFF11"));
-    EXPECT_EQ(Bytes{0x12}, decode(L"12\xFF21\xFF21"));
-}
-
-TEST(DecodeHex, TakesNoNeighbourOfTheDigits)
-{
-    for (const wchar_t* text : {L"/0", L":0", L"@0", L"G0", L"`0", L"g0", L"0/", L"0g"})
-        EXPECT_EQ(0, decodeHex(nullptr, 0, text)) << text;
-}
-
 TEST(DecodeHex, CountsBeyondTheCapacityAndStoresNoMore)
 {
-    Bytes bytes{0xEE, 0xEE, 0xEE};
+    std::array<std::uint8_t, 3> bytes{0xEE, 0xEE, 0xEE};
     EXPECT_EQ(3, decodeHex(bytes.data(), 2, L"010203"));
-    EXPECT_EQ((Bytes{0x01, 0x02, 0xEE}), bytes);
+    EXPECT_EQ((std::array<std::uint8_t, 3>{0x01, 0x02, 0xEE}), bytes);
 }
 
 struct Close {
@@ -140,107 +45,63 @@ std::string read(int count, const std::string& content)
     return base ? toHex(base.get()) : "none";
 }
 
-TEST(ReadBaseFromStream, ReadsPairsWithABlankBehindEach)
+struct Input {
+    const char* name;
+    int count;
+    std::string content;
+    const char* base;
+
+    friend std::ostream& operator<<(std::ostream& out, const Input& input)
+    {
+        return out << input.name;
+    }
+};
+
+class ReadBaseFromStream : public testing::TestWithParam<Input>
 {
-    EXPECT_EQ("A1B", read(2, "0a 1b "));
+};
+
+TEST_P(ReadBaseFromStream, Makes)
+{
+    EXPECT_EQ(GetParam().base, read(GetParam().count, GetParam().content));
 }
 
-TEST(ReadBaseFromStream, TakesDigitsOfBothCases)
-{
-    EXPECT_EQ("ABCDEF", read(3, "aB cD Ef "));
-}
+const Input inputs[] = {
+    {"PairsWithABlankAfterEach", 2, "0a 1b ", "A1B"},
+    {"DigitsOfBothCases", 3, "aB cD Ef ", "ABCDEF"},
+    {"LeadingZeroBytes", 3, "00 00 FF ", "FF"},
+    {"AnyCharactersAfterTheLastPair", 2, "0a1bzz", "A1B"},
+    {"ATabAndABackslashAfterTheLastPair", 2, "0a1b\t\\", "A1B"},
+    {"MorePairsThanAreWanted", 2, "112233", "1122"},
+    {"BlanksAndLineEnds", 4, "\n0a\r\n1b 2c3d", "A1B2C3D"},
+    {"BackslashesWithTheCharacterAfterEach", 4, "0a\\n1b\\\\2c3d", "A1B2C3D"},
+    {"ADigitAfterABackslash", 2, "\\f0a1b", "A1B"},
+    {"ABackslashThatStandsLast", 2, "0a   \\", "none"},
+    {"AnEndBeforeTheLastItem", 2, "0a1b", "none"},
+    {"AnEndOneCharacterShort", 2, "0a 1b", "none"},
+    {"AnEmptyStream", 1, "", "none"},
+    {"ATab", 2, "0a\t1b ", "none"},
+    {"ABadPair", 2, "0azz1b", "none"},
+    {"ABlankInsideAPair", 2, "0a1 b ", "none"},
+    {"AZeroCharacter", 2,
+     std::string("0a\0"
+                 "1b ",
+                 6),
+     "none"},
+    {"CharactersAboveAscii", 2, "0a\xB1\xB2 2", "none"},
+    {"APairAfterThreeCharactersAByte", 2, "0a    1b", "none"}};
 
-TEST(ReadBaseFromStream, FailsWhenTheStreamEndsBeforeTheLastItem)
-{
-    EXPECT_EQ("none", read(2, "0a1b"));
-}
+INSTANTIATE_TEST_SUITE_P(Of, ReadBaseFromStream, testing::ValuesIn(inputs),
+                         testing::PrintToStringParamName());
 
-TEST(ReadBaseFromStream, FailsOneCharacterShort)
-{
-    EXPECT_EQ("none", read(2, "0a 1b"));
-}
-
-TEST(ReadBaseFromStream, FailsOnAnEmptyStream)
-{
-    EXPECT_EQ("none", read(1, ""));
-}
-
-TEST(ReadBaseFromStream, TakesAnyCharactersBehindTheLastPair)
-{
-    EXPECT_EQ("A1B", read(2, "0a1bzz"));
-    EXPECT_EQ("A1B", read(2, "0a1b\t\\"));
-}
-
-TEST(ReadBaseFromStream, SkipsBlanksAndLineEnds)
-{
-    EXPECT_EQ("A1B2C3D", read(4, "\n0a\r\n1b 2c3d"));
-}
-
-TEST(ReadBaseFromStream, SkipsABackslashWithTheCharacterBehindIt)
-{
-    EXPECT_EQ("A1B2C3D", read(4, "0a\\n1b\\\\2c3d"));
-}
-
-TEST(ReadBaseFromStream, SkipsADigitBehindABackslash)
-{
-    EXPECT_EQ("A1B", read(2, "\\f0a1b"));
-}
-
-TEST(ReadBaseFromStream, EndsAtABackslashThatStandsLast)
-{
-    EXPECT_EQ("none", read(2, "0a   \\"));
-}
-
-TEST(ReadBaseFromStream, EndsAtATab)
-{
-    EXPECT_EQ("none", read(2, "0a\t1b "));
-}
-
-TEST(ReadBaseFromStream, EndsAtABadPair)
-{
-    EXPECT_EQ("none", read(2, "0azz1b"));
-}
-
-TEST(ReadBaseFromStream, EndsAtABlankInsideAPair)
-{
-    EXPECT_EQ("none", read(2, "0a1 b "));
-}
-
-TEST(ReadBaseFromStream, EndsAtAZeroCharacter)
-{
-    EXPECT_EQ("none", read(2, std::string("0a\0"
-                                          "1b ",
-                                          6)));
-}
-
-TEST(ReadBaseFromStream, TakesNoCharacterAboveAsciiForADigit)
-{
-    EXPECT_EQ("none", read(2, "0a\xB1\xB2 2"));
-}
-
-TEST(ReadBaseFromStream, CountsLeadingZeroBytes)
-{
-    EXPECT_EQ("FF", read(3, "00 00 FF "));
-}
-
-TEST(ReadBaseFromStream, TakesTheFirstPairsWhenThereAreMore)
-{
-    EXPECT_EQ("1122", read(2, "112233"));
-}
-
-TEST(ReadBaseFromStream, NeedsEachPairWithinThreeCharactersAByte)
-{
-    EXPECT_EQ("none", read(2, "0a    1b"));
-}
-
-TEST(ReadBaseFromStream, LeavesTheRestUnread)
+TEST(ReadBaseFromAnyStream, LeavesTheRestUnread)
 {
     const Stream stream = streamOf("0a 1b Rest");
     const BigNumber base(readBaseFromStream(16, stream.get()));
     EXPECT_EQ('R', std::fgetc(stream.get()));
 }
 
-TEST(ReadBaseFromStream, AsksNothingOfAStreamThatIsNotStandardInput)
+TEST(ReadBaseFromAnyStream, AsksNothingOfAStreamThatIsNotStandardInput)
 {
     noPrompt = 0;
     testing::internal::CaptureStdout();

@@ -1,6 +1,7 @@
 #include "app/command_line.h"
 
 #include <gtest/gtest.h>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -14,323 +15,215 @@ Arguments argumentsOf(const CommandLine& line)
     return {line.args.get(), line.args.get() + line.count};
 }
 
-Arguments split(const wchar_t* source)
-{
-    CommandLine line;
-    tokenize(line, source);
-    return argumentsOf(line);
-}
+struct Split {
+    const char* name;
+    const wchar_t* source;
+    Arguments arguments;
 
-// A lookup, and all that it may change.
-struct Lookup {
-    int found;
-    std::wstring value;
-    Arguments left;
+    friend std::ostream& operator<<(std::ostream& out, const Split& split)
+    {
+        return out << split.name;
+    }
 };
 
-constexpr wchar_t preset[] = L"preset";
-constexpr wchar_t defaultValue[] = L"default";
-
-Lookup lookUp(const wchar_t* source, const wchar_t* name)
+class Tokenize : public testing::TestWithParam<Split>
 {
-    CommandLine line;
-    tokenize(line, source);
-    const wchar_t* value = preset;
-    const int found = getOption(line, name, value, defaultValue);
-    return {found, value, argumentsOf(line)};
-}
+};
 
-void expectFound(const std::wstring& value, const Arguments& left, const Lookup& lookup)
+TEST_P(Tokenize, Splits)
 {
-    EXPECT_EQ(1, lookup.found);
-    EXPECT_EQ(value, lookup.value);
-    EXPECT_EQ(left, lookup.left);
-}
-
-void expectNotFound(const std::wstring& value, const Arguments& left,
-                    const Lookup& lookup)
-{
-    EXPECT_EQ(0, lookup.found);
-    EXPECT_EQ(value, lookup.value);
-    EXPECT_EQ(left, lookup.left);
-}
-
-TEST(Tokenize, SplitsAtBlanks)
-{
-    EXPECT_EQ((Arguments{L"norv", L"-base", L"FF"}), split(L"norv -base FF"));
-}
-
-TEST(Tokenize, SkipsBlanksBeforeBetweenAndBehindArguments)
-{
-    EXPECT_EQ((Arguments{L"norv", L"-safe"}), split(L"  norv   -safe  "));
-}
-
-TEST(Tokenize, TakesATabForACharacterLikeAnyOther)
-{
-    EXPECT_EQ((Arguments{L"norv", L"a\tb\nc"}), split(L"norv a\tb\nc"));
-}
-
-TEST(Tokenize, KeepsBlanksInsideQuotes)
-{
-    EXPECT_EQ((Arguments{L"norv", L" a b ", L"c"}), split(L"norv \" a b \" c"));
-}
-
-TEST(Tokenize, TakesABackslashForACharacterLikeAnyOther)
-{
-    EXPECT_EQ((Arguments{L"a\\", L"b\\", L"c"}), split(L"\"a\\\" b\\ c"));
-}
-
-TEST(Tokenize, TakesAQuoteInsideAWordForACharacterLikeAnyOther)
-{
-    EXPECT_EQ((Arguments{L"ab\"c"}), split(L"ab\"c"));
-}
-
-TEST(Tokenize, EndsAWordWithAQuoteInsideAtItsBlank)
-{
-    EXPECT_EQ((Arguments{L"a\"b", L"c\""}), split(L"a\"b c\""));
-}
-
-TEST(Tokenize, StartsANewArgumentRightBehindAClosingQuote)
-{
-    EXPECT_EQ((Arguments{L"ab", L"cd"}), split(L"\"ab\"cd"));
-}
-
-TEST(Tokenize, StartsQuotesRightBehindQuotes)
-{
-    EXPECT_EQ((Arguments{L"a b", L"c d"}), split(L"\"a b\"\"c d\""));
-}
-
-TEST(Tokenize, LetsAnUnclosedQuoteRunToTheEndOfTheLine)
-{
-    EXPECT_EQ((Arguments{L"norv", L"-base FF "}), split(L"norv \"-base FF "));
-}
-
-TEST(Tokenize, MakesAnEmptyArgumentOfTwoQuotes)
-{
-    EXPECT_EQ((Arguments{L"norv", L"", L"x"}), split(L"norv \"\" x"));
-}
-
-TEST(Tokenize, MakesAnEmptyArgumentOfAQuoteAtTheEnd)
-{
-    EXPECT_EQ((Arguments{L"norv", L""}), split(L"norv \""));
-}
-
-TEST(Tokenize, MakesNoArgumentOfAnEmptyLine)
-{
-    EXPECT_EQ(Arguments{}, split(L""));
-}
-
-TEST(Tokenize, MakesNoArgumentOfBlanks)
-{
-    EXPECT_EQ(Arguments{}, split(L"   "));
-}
-
-TEST(Tokenize, LeavesTheSourceAsItIs)
-{
-    const std::wstring source = L"norv \"a b\" c";
+    const std::wstring source = GetParam().source;
     CommandLine line;
     tokenize(line, source.c_str());
-    EXPECT_EQ(L"norv \"a b\" c", source);
+    EXPECT_EQ(GetParam().arguments, argumentsOf(line));
+    EXPECT_EQ(GetParam().source, source);
 }
 
-TEST(Tokenize, ReplacesAnEarlierLine)
+const Split splits[] = {
+    {"AtBlanks", L"norv -base FF", {L"norv", L"-base", L"FF"}},
+    {"AtBlanksInARowAndAround", L"  norv   -safe  ", {L"norv", L"-safe"}},
+    {"NotAtOtherWhiteSpace", L"norv a\tb\nc", {L"norv", L"a\tb\nc"}},
+    {"NotInsideQuotes", L"norv \" a b \" c", {L"norv", L" a b ", L"c"}},
+    {"NotByBackslashes", L"\"a\\\" b\\ c", {L"a\\", L"b\\", L"c"}},
+    {"NotAtAQuoteInsideAWord", L"ab\"c", {L"ab\"c"}},
+    {"AWordWithAQuoteInsideAtItsBlank", L"a\"b c\"", {L"a\"b", L"c\""}},
+    {"AfterAClosingQuote", L"\"ab\"cd", {L"ab", L"cd"}},
+    {"BetweenQuotesAndQuotes", L"\"a b\"\"c d\"", {L"a b", L"c d"}},
+    {"NothingAfterAnUnclosedQuote", L"norv \"-base FF ", {L"norv", L"-base FF "}},
+    {"AnEmptyArgumentOffAtTwoQuotes", L"norv \"\" x", {L"norv", L"", L"x"}},
+    {"AnEmptyArgumentOffAtAQuoteAtTheEnd", L"norv \"", {L"norv", L""}},
+    {"AnEmptyLineIntoNothing", L"", {}},
+    {"BlanksIntoNothing", L"   ", {}}};
+
+INSTANTIATE_TEST_SUITE_P(Lines, Tokenize, testing::ValuesIn(splits),
+                         testing::PrintToStringParamName());
+
+TEST(TokenizeAgain, ReplacesAnEarlierLine)
 {
     CommandLine line;
     tokenize(line, L"a b c");
     tokenize(line, L"d");
     EXPECT_EQ(Arguments{L"d"}, argumentsOf(line));
-}
-
-TEST(Tokenize, ReplacesAnEarlierLineByNoneAtAll)
-{
-    CommandLine line;
-    tokenize(line, L"a b c");
     tokenize(line, L"");
     EXPECT_EQ(0, line.count);
 }
 
-class RemoveArg : public testing::Test
-{
-protected:
-    RemoveArg()
-    {
-        tokenize(line, L"a b c");
-    }
+struct Removal {
+    std::int32_t index;
+    int removed;
+    Arguments left;
 
-    CommandLine line;
+    friend std::ostream& operator<<(std::ostream& out, const Removal& removal)
+    {
+        return out << removal.index;
+    }
 };
 
-TEST_F(RemoveArg, ClosesTheGap)
+class RemoveArg : public testing::TestWithParam<Removal>
 {
-    EXPECT_EQ(1, removeArg(line, 1));
-    EXPECT_EQ((Arguments{L"a", L"c"}), argumentsOf(line));
-}
+};
 
-TEST_F(RemoveArg, TakesTheFirst)
-{
-    EXPECT_EQ(1, removeArg(line, 0));
-    EXPECT_EQ((Arguments{L"b", L"c"}), argumentsOf(line));
-}
-
-TEST_F(RemoveArg, TakesTheLast)
-{
-    EXPECT_EQ(1, removeArg(line, 2));
-    EXPECT_EQ((Arguments{L"a", L"b"}), argumentsOf(line));
-}
-
-TEST_F(RemoveArg, RefusesAnIndexThatIsNotBelowTheCount)
-{
-    EXPECT_EQ(0, removeArg(line, 3));
-    EXPECT_EQ((Arguments{L"a", L"b", L"c"}), argumentsOf(line));
-}
-
-TEST(GetOption, TakesTheNextArgument)
-{
-    expectFound(L"4", {L"norv", L"-safe"}, lookUp(L"norv -threads 4 -safe", L"-threads"));
-}
-
-TEST(GetOption, IgnoresCaseInAnExactName)
-{
-    expectFound(L"4", {L"norv"}, lookUp(L"norv -THREADS 4", L"-threads"));
-}
-
-TEST(GetOption, IgnoresCaseInAPrefix)
-{
-    expectFound(L"4", {L"norv"}, lookUp(L"norv -ThReAdS4", L"-threads"));
-}
-
-TEST(GetOption, TakesWhatFollowsAnEqualsSign)
-{
-    expectFound(L"4", {L"norv", L"x"}, lookUp(L"norv -threads=4 x", L"-threads"));
-}
-
-TEST(GetOption, TakesAnAttachedValue)
-{
-    expectFound(L"4", {L"norv", L"x"}, lookUp(L"norv -threads4 x", L"-threads"));
-}
-
-TEST(GetOption, TakesTheNextArgumentBehindALoneEqualsSign)
-{
-    expectFound(L"4", {L"norv", L"x"}, lookUp(L"norv -threads= 4 x", L"-threads"));
-}
-
-TEST(GetOption, TakesOneEqualsSignOnlyForTheSeparator)
-{
-    expectFound(L"=4", {L"norv"}, lookUp(L"norv -threads==4", L"-threads"));
-}
-
-TEST(GetOption, TakesAnotherOptionForAValue)
-{
-    expectFound(L"-safe", {L"norv"}, lookUp(L"norv -base -safe", L"-base"));
-}
-
-TEST(GetOption, TakesAnEmptyArgumentForAValue)
-{
-    expectFound(L"", {L"norv"}, lookUp(L"norv -base \"\"", L"-base"));
-}
-
-TEST(GetOption, TakesTheLastOfSeveralExactNames)
-{
-    expectFound(L"8", {L"norv", L"-threads", L"4"},
-                lookUp(L"norv -threads 4 -threads 8", L"-threads"));
-}
-
-TEST(GetOption, TakesTheLastOfSeveralPrefixes)
-{
-    expectFound(L"8", {L"norv", L"-threads4", L"x"},
-                lookUp(L"norv -threads4 -threads=8 x", L"-threads"));
-}
-
-TEST(GetOption, PrefersAnExactNameToALaterPrefix)
-{
-    expectFound(L"AA", {L"norv", L"-baseBB"}, lookUp(L"norv -base AA -baseBB", L"-base"));
-}
-
-TEST(GetOption, LooksAtTheProgramsNameToo)
-{
-    expectFound(L"4", {}, lookUp(L"-threads 4", L"-threads"));
-}
-
-TEST(GetOption, LeavesTheValueAloneWhenTheNameStandsLast)
-{
-    expectNotFound(preset, {L"norv", L"-threads"}, lookUp(L"norv -threads", L"-threads"));
-}
-
-TEST(GetOption, LooksNoFurtherThanANameThatStandsLast)
-{
-    expectNotFound(preset, {L"norv", L"-threads", L"4", L"-threads"},
-                   lookUp(L"norv -threads 4 -threads", L"-threads"));
-}
-
-TEST(GetOption, LooksForNoPrefixWhenTheNameStandsLast)
-{
-    expectNotFound(preset, {L"norv", L"-threads4", L"-threads"},
-                   lookUp(L"norv -threads4 -threads", L"-threads"));
-}
-
-TEST(GetOption, GivesTheDefaultWhenALoneEqualsSignStandsLast)
-{
-    expectNotFound(defaultValue, {L"norv"}, lookUp(L"norv -threads=", L"-threads"));
-}
-
-TEST(GetOption, GivesTheDefaultWithoutTheOption)
-{
-    expectNotFound(defaultValue, {L"norv", L"4"}, lookUp(L"norv 4", L"-threads"));
-}
-
-TEST(GetOption, KnowsNoOtherIntroducer)
-{
-    expectNotFound(defaultValue, {L"norv", L"/threads", L"4", L"threads", L"4"},
-                   lookUp(L"norv /threads 4 threads 4", L"-threads"));
-}
-
-TEST(GetOption, TakesNoShorterArgumentForAPrefix)
-{
-    expectNotFound(defaultValue, {L"norv", L"-thread", L"4"},
-                   lookUp(L"norv -thread 4", L"-threads"));
-}
-
-TEST(GetOption, FindsNothingInAnEmptyLine)
-{
-    expectNotFound(defaultValue, {}, lookUp(L"  ", L"-threads"));
-}
-
-TEST(TakeFlag, FindsAndRemovesTheFlag)
+TEST_P(RemoveArg, ClosesTheGapAt)
 {
     CommandLine line;
-    tokenize(line, L"norv -safe x");
-    EXPECT_EQ(1, takeFlag(line, L"-safe"));
-    EXPECT_EQ((Arguments{L"norv", L"x"}), argumentsOf(line));
+    tokenize(line, L"a b c");
+    EXPECT_EQ(GetParam().removed, removeArg(line, GetParam().index));
+    EXPECT_EQ(GetParam().left, argumentsOf(line));
 }
 
-TEST(TakeFlag, IgnoresCase)
+// The last one is not below the count.
+INSTANTIATE_TEST_SUITE_P(Indexes, RemoveArg,
+                         testing::Values(Removal{0, 1, {L"b", L"c"}},
+                                         Removal{1, 1, {L"a", L"c"}},
+                                         Removal{2, 1, {L"a", L"b"}},
+                                         Removal{3, 0, {L"a", L"b", L"c"}}),
+                         testing::PrintToStringParamName());
+
+constexpr wchar_t preset[] = L"preset";
+constexpr wchar_t defaultValue[] = L"default";
+
+// A lookup of "-threads", and all that it may change.
+struct Lookup {
+    const char* name;
+    const wchar_t* source;
+    int found;
+    const wchar_t* value;
+    Arguments left;
+
+    friend std::ostream& operator<<(std::ostream& out, const Lookup& lookup)
+    {
+        return out << lookup.name;
+    }
+};
+
+class GetOption : public testing::TestWithParam<Lookup>
+{
+};
+
+TEST_P(GetOption, Takes)
 {
     CommandLine line;
-    tokenize(line, L"norv -SAFE");
-    EXPECT_EQ(1, takeFlag(line, L"-safe"));
+    tokenize(line, GetParam().source);
+    const wchar_t* value = preset;
+    EXPECT_EQ(GetParam().found, getOption(line, L"-threads", value, defaultValue));
+    EXPECT_STREQ(GetParam().value, value);
+    EXPECT_EQ(GetParam().left, argumentsOf(line));
 }
 
-TEST(TakeFlag, RemovesTheLastOfSeveralOnly)
+const Lookup lookups[] = {
+    {"TheNextArgument", L"norv -threads 4 -safe", 1, L"4", {L"norv", L"-safe"}},
+    {"AnExactNameInAnyCase", L"norv -THREADS 4", 1, L"4", {L"norv"}},
+    {"APrefixInAnyCase", L"norv -ThReAdS4", 1, L"4", {L"norv"}},
+    {"WhatFollowsAnEqualsSign", L"norv -threads=4 x", 1, L"4", {L"norv", L"x"}},
+    {"AnAttachedValue", L"norv -threads4 x", 1, L"4", {L"norv", L"x"}},
+    {"TheNextArgumentAfterALoneEqualsSign",
+     L"norv -threads= 4 x",
+     1,
+     L"4",
+     {L"norv", L"x"}},
+    {"OneEqualsSignOnlyForTheSeparator", L"norv -threads==4", 1, L"=4", {L"norv"}},
+    {"AnotherOption", L"norv -threads -safe", 1, L"-safe", {L"norv"}},
+    {"AnEmptyArgument", L"norv -threads \"\"", 1, L"", {L"norv"}},
+    {"TheLastOfSeveralExactNames",
+     L"norv -threads 4 -threads 8",
+     1,
+     L"8",
+     {L"norv", L"-threads", L"4"}},
+    {"TheLastOfSeveralPrefixes",
+     L"norv -threads4 -threads=8 x",
+     1,
+     L"8",
+     {L"norv", L"-threads4", L"x"}},
+    {"AnExactNameBeforeALaterPrefix",
+     L"norv -threads 4 -threads8",
+     1,
+     L"4",
+     {L"norv", L"-threads8"}},
+    {"TheProgramsNameToo", L"-threads 4", 1, L"4", {}},
+    {"NothingFromANameThatStandsLast",
+     L"norv -threads",
+     0,
+     preset,
+     {L"norv", L"-threads"}},
+    {"NothingBeforeANameThatStandsLast",
+     L"norv -threads 4 -threads",
+     0,
+     preset,
+     {L"norv", L"-threads", L"4", L"-threads"}},
+    {"NoPrefixBesideANameThatStandsLast",
+     L"norv -threads4 -threads",
+     0,
+     preset,
+     {L"norv", L"-threads4", L"-threads"}},
+    {"TheDefaultForALoneEqualsSignThatStandsLast",
+     L"norv -threads=",
+     0,
+     defaultValue,
+     {L"norv"}},
+    {"TheDefaultWithoutTheOption", L"norv 4", 0, defaultValue, {L"norv", L"4"}},
+    {"NoOtherIntroducer",
+     L"norv /threads 4 threads 4",
+     0,
+     defaultValue,
+     {L"norv", L"/threads", L"4", L"threads", L"4"}},
+    {"NoShorterName", L"norv -thread 4", 0, defaultValue, {L"norv", L"-thread", L"4"}},
+    {"TheDefaultFromAnEmptyLine", L"  ", 0, defaultValue, {}}};
+
+INSTANTIATE_TEST_SUITE_P(Lines, GetOption, testing::ValuesIn(lookups),
+                         testing::PrintToStringParamName());
+
+struct Flag {
+    const char* name;
+    const wchar_t* source;
+    int found;
+    Arguments left;
+
+    friend std::ostream& operator<<(std::ostream& out, const Flag& flag)
+    {
+        return out << flag.name;
+    }
+};
+
+class TakeFlag : public testing::TestWithParam<Flag>
+{
+};
+
+TEST_P(TakeFlag, Takes)
 {
     CommandLine line;
-    tokenize(line, L"norv -safe x -SAFE");
-    EXPECT_EQ(1, takeFlag(line, L"-safe"));
-    EXPECT_EQ((Arguments{L"norv", L"-safe", L"x"}), argumentsOf(line));
+    tokenize(line, GetParam().source);
+    EXPECT_EQ(GetParam().found, takeFlag(line, L"-safe"));
+    EXPECT_EQ(GetParam().left, argumentsOf(line));
 }
 
-TEST(TakeFlag, HasNoPrefixForm)
-{
-    CommandLine line;
-    tokenize(line, L"norv -safe=1 -safe1");
-    EXPECT_EQ(0, takeFlag(line, L"-safe"));
-    EXPECT_EQ((Arguments{L"norv", L"-safe=1", L"-safe1"}), argumentsOf(line));
-}
+const Flag flags[] = {
+    {"TheFlag", L"norv -safe x", 1, {L"norv", L"x"}},
+    {"TheFlagInAnyCase", L"norv -SAFE", 1, {L"norv"}},
+    {"TheLastOfSeveral", L"norv -safe x -SAFE", 1, {L"norv", L"-safe", L"x"}},
+    {"NoPrefix", L"norv -safe=1 -safe1", 0, {L"norv", L"-safe=1", L"-safe1"}},
+    {"NothingFromAnEmptyLine", L"", 0, {}}};
 
-TEST(TakeFlag, FindsNothingInAnEmptyLine)
-{
-    CommandLine line;
-    tokenize(line, L"");
-    EXPECT_EQ(0, takeFlag(line, L"-safe"));
-}
+INSTANTIATE_TEST_SUITE_P(Lines, TakeFlag, testing::ValuesIn(flags),
+                         testing::PrintToStringParamName());
 
 } // namespace

@@ -2,33 +2,21 @@
 #pragma once
 
 #include "app/driver.h"
-#include "prime/base_bits.h"
-#include "prime/shortcuts.h"
 #include "search/search_state.h"
-#include "search/settings.h"
-#include "search/stop_watcher.h"
 #include "tests/fakes/clock.h"
 #include "tests/fakes/command_line.h"
 #include "tests/fakes/process.h"
+#include "tests/support/shared_state.h"
 
 #include <gtest/gtest.h>
 #include <string>
 
-class DriverFixture : public testing::Test
+class DriverFixture : public SharedStateTest
 {
 protected:
-    // The driver leaves the shared state to the process's end.
     ~DriverFixture() override
     {
-        BN_free(sharedBase);
-        sharedBase = nullptr;
-        maxDelta = 0;
-        baseBits = 0;
-        resultPrime = nullptr;
-        stopWatcherReady = 0;
-        noPrompt = 0;
-        eventsUnwatched = false;
-        outPrompt = nullptr;
+        resultPrime = nullptr; // freed by the driver
         fakeCommandLine = nullptr;
         fakeProcessClock = [] {
             return 0;

@@ -1,8 +1,11 @@
 // What the driver makes of a command line, with threads that never run.
+#include "prime/base_bits.h"
 #include "prime/events.h"
 #include "prime/shortcuts.h"
 #include "search/search_worker.h"
+#include "search/settings.h"
 #include "search/stop_flag.h"
+#include "search/stop_watcher.h"
 #include "search/tracked_lock.h"
 #include "tests/app/driver_fixture.h"
 #include "tests/fakes/thread.h"
@@ -19,18 +22,21 @@ namespace
 
 constexpr int noWait = -1;
 
-// What the threads of a run find, and what their wait gets.
-struct Job {
-    int handles = noWait;
-    std::string base;
-    std::int32_t bits = 0;
-    std::uint64_t maxDelta = 0;
-    std::wstring semaphoreName;
+// What the options make of a run: by default what it is without any.
+struct Settings {
+    int handles = 1; // of the wait: the stop watcher's and the workers'
+    std::wstring semaphoreName = L"stopPrimeGeneration";
     int safe = 0;
     int quiet = 0;
-    std::optional<std::wstring> progressFile;
+    std::optional<std::wstring> progressFile = std::nullopt;
     bool unwatched = false;
-    int stopFlag = 0;
+};
+
+// What the threads of a run find, and what their wait gets.
+struct Job {
+    std::string base;
+    std::int32_t bits = 0;
+    Settings settings{.handles = noWait};
 };
 
 class Driver : public DriverFixture
@@ -55,27 +61,24 @@ protected:
     {
         const auto* context =
             static_cast<const SearchContext*>(fakeThreads.created.at(0).argument);
-        Job seen;
-        seen.handles = handles;
-        seen.base = toHex(sharedBase);
-        seen.bits = baseBits;
-        seen.maxDelta = maxDelta;
-        seen.semaphoreName = context->semaphoreName;
-        seen.safe = context->safe;
-        seen.quiet = noPrompt;
+        EXPECT_EQ(0, stopFlagOf(context->callback));
+        Job seen{toHex(sharedBase), baseBits, {}};
+        Settings& settings = seen.settings;
+        settings.handles = handles;
+        settings.semaphoreName = context->semaphoreName;
+        settings.safe = context->safe;
+        settings.quiet = noPrompt;
         if (outPrompt)
-            seen.progressFile = outPrompt;
-        seen.unwatched = eventsUnwatched;
-        seen.stopFlag = stopFlagOf(context->callback);
+            settings.progressFile = outPrompt;
+        settings.unwatched = eventsUnwatched;
         return seen;
     }
 
-    // The job of a run that starts one.
-    Job jobOf(const wchar_t* line)
+    // How many handles the run waits for.
+    int handlesOf(const wchar_t* line)
     {
         run(line);
-        EXPECT_NE(noWait, job.handles) << "no search was started";
-        return job;
+        return job.settings.handles;
     }
 
     Job job;
@@ -88,225 +91,109 @@ std::string started(const std::string& kind, int bits, int threads)
            " bits in " + std::to_string(threads) + " threads.\n";
 }
 
-// The base
+// A command line, its exit code when nothing is found, and the bits and the base of the
+// search: no bits where none is started.
+struct BaseLine {
+    const char* name;
+    const wchar_t* line;
+    std::int32_t exitCode;
+    std::int32_t bits = 0;
+    const char* base = "";
 
-TEST_F(Driver, TakesEightBitsForEachByteOfTheBase)
-{
-    jobOf(L"norv -base 00FF");
-    EXPECT_EQ(16, job.bits);
-    EXPECT_EQ("FF", job.base);
-}
-
-TEST_F(Driver, InstallsTheWholeBase)
-{
-    EXPECT_EQ("123456789ABCDEF01122334455667788",
-              jobOf(L"norv -base 123456789abcdef01122334455667788").base);
-}
-
-TEST_F(Driver, TakesABaseWithBlanksInsideQuotes)
-{
-    jobOf(L"norv -base \"0A 1B\"");
-    EXPECT_EQ(16, job.bits);
-    EXPECT_EQ("A1B", job.base);
-}
-
-TEST_F(Driver, TakesSeveralBlanksBetweenThePairsOfABase)
-{
-    jobOf(L"norv -base \"0a  1b\"");
-    EXPECT_EQ(16, job.bits);
-    EXPECT_EQ("A1B", job.base);
-}
-
-TEST_F(Driver, DropsAnOddLastDigitOfTheBase)
-{
-    jobOf(L"norv -base abc");
-    EXPECT_EQ(8, job.bits);
-    EXPECT_EQ("AB", job.base);
-}
-
-TEST_F(Driver, TakesTheBaseUpToABadPair)
-{
-    jobOf(L"norv -base 12zz34");
-    EXPECT_EQ(8, job.bits);
-    EXPECT_EQ("12", job.base);
-}
-
-TEST_F(Driver, AcceptsABaseOfZeros)
-{
-    jobOf(L"norv -base 000000");
-    EXPECT_EQ(24, job.bits);
-    EXPECT_EQ("0", job.base);
-}
-
-TEST_F(Driver, EndsWithoutAResultForABaseThatHoldsNoByte)
-{
-    EXPECT_EQ(-1, run(L"norv -base 0x12"));
-    EXPECT_EQ("", output);
-    EXPECT_EQ(noWait, job.handles);
-}
-
-TEST_F(Driver, EndsWithoutAResultForAnEmptyBase)
-{
-    EXPECT_EQ(-1, run(L"norv -base \"\""));
-    EXPECT_EQ("", output);
-}
-
-TEST_F(Driver, TakesAnOptionForTheBaseText)
-{
-    EXPECT_EQ(-1, run(L"norv -base -safe"));
-}
-
-TEST_F(Driver, LeavesSafeModeOffWhenItsOptionWasTakenForAValue)
-{
-    EXPECT_EQ(0, jobOf(L"norv -base FF -outPrompt -safe").safe);
-}
-
-TEST_F(Driver, AsksForABase)
-{
-    EXPECT_EQ(-2, run(L"norv -threads 1"));
-    EXPECT_EQ("", output);
-}
-
-TEST_F(Driver, AsksForABaseWhenItsOptionStandsLast)
-{
-    EXPECT_EQ(-2, run(L"norv -threads 1 -base"));
-}
-
-TEST_F(Driver, AsksForABaseWhenAByteCountIsNoNumber)
-{
-    EXPECT_EQ(-2, run(L"norv -input x"));
-}
-
-TEST_F(Driver, AsksForABaseWhenTheByteCountIsZero)
-{
-    EXPECT_EQ(-2, run(L"norv -input 0"));
-}
-
-TEST_F(Driver, AsksForABaseWithoutACommandLine)
-{
-    EXPECT_EQ(-2, run(nullptr));
-    EXPECT_EQ("", output);
-}
-
-TEST_F(Driver, AsksForABaseOnAnEmptyCommandLine)
-{
-    EXPECT_EQ(-2, run(L""));
-}
-
-TEST_F(Driver, RepeatsTheFirstCharacterOfTheTestText)
-{
-    jobOf(L"norv -input 8 -test 7");
-    EXPECT_EQ(32, job.bits);
-    EXPECT_EQ("77777777", job.base);
-}
-
-TEST_F(Driver, UsesTheFirstCharacterOfTheTestTextOnly)
-{
-    EXPECT_EQ("FFFF", jobOf(L"norv -input 4 -test f123456789").base);
-}
-
-TEST_F(Driver, DropsTheLastCharacterOfAnOddTestText)
-{
-    EXPECT_EQ(8, jobOf(L"norv -input 3 -test f").bits);
-}
-
-TEST_F(Driver, PrefersTheTestTextToTheBase)
-{
-    EXPECT_EQ("7777", jobOf(L"norv -base 1234 -input 4 -test 7").base);
-}
-
-TEST_F(Driver, IgnoresTheTestTextWithoutAByteCount)
-{
-    EXPECT_EQ("1234", jobOf(L"norv -base 1234 -test 7").base);
-}
-
-TEST_F(Driver, EndsWithoutAResultForATestTextThatIsNoDigit)
-{
-    EXPECT_EQ(-1, run(L"norv -input 8 -test x"));
-}
-
-TEST_F(Driver, EndsWithoutAResultForAnEmptyTestText)
-{
-    EXPECT_EQ(-1, run(L"norv -input 8 -test \"\""));
-}
-
-TEST_F(Driver, EndsWithoutAResultForANegativeByteCount)
-{
-    EXPECT_EQ(-1, run(L"norv -input -1"));
-    EXPECT_EQ("", output);
-}
-
-TEST_F(Driver, EndsWithoutAResultForANegativeLengthOfTheTestText)
-{
-    EXPECT_EQ(-1, run(L"norv -input -8 -test 7"));
-}
-
-TEST_F(Driver, EndsWithoutAResultWhenTheBitsOfTheInputCannotBeCounted)
-{
-    EXPECT_EQ(-1, run(L"norv -input 268435456"));
-    EXPECT_EQ("", output);
-    EXPECT_EQ(-1, run(L"norv -input 99999999999"));
-}
-
-TEST_F(Driver, EndsWithoutAResultWhenTheBitsOfTheTestTextCannotBeCounted)
-{
-    EXPECT_EQ(-1, run(L"norv -input 2147483647 -test 7"));
-}
-
-TEST_F(Driver, PrefersTheBaseToABadByteCount)
-{
-    EXPECT_EQ("1234", jobOf(L"norv -base 1234 -input -1").base);
-}
-
-// The search window
-
-struct Window {
-    int bytes;
-    std::uint64_t maxDelta;
-
-    friend std::ostream& operator<<(std::ostream& out, const Window& window)
+    friend std::ostream& operator<<(std::ostream& out, const BaseLine& line)
     {
-        return out << window.maxDelta;
+        return out << line.name;
     }
 };
 
-class DriverWindow : public Driver, public testing::WithParamInterface<Window>
+class DriverBase : public Driver, public testing::WithParamInterface<BaseLine>
 {
 };
 
-TEST_P(DriverWindow, FollowsTheSize)
+TEST_P(DriverBase, IsTakenFrom)
 {
-    const std::wstring digits(static_cast<std::size_t>(GetParam().bytes) * 2, L'F');
-    EXPECT_EQ(GetParam().maxDelta, jobOf((L"norv -base " + digits).c_str()).maxDelta);
+    EXPECT_EQ(GetParam().exitCode, run(GetParam().line));
+    EXPECT_EQ(GetParam().bits, job.bits);
+    EXPECT_EQ(GetParam().base, job.base);
+    if (GetParam().bits == 0) {
+        EXPECT_EQ("", output);
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Sizes, DriverWindow,
-    testing::Values(Window{1, 0xFFFFFFFFFFFFFEC8}, Window{64, 0xFFFFFFFFFFFFFEC8},
-                    Window{65, 0xFFFFFFFFFFFFFD30}, Window{128, 0xFFFFFFFFFFFFFD30},
-                    Window{129, 0xFFFFFFFFFFFFF59E}, Window{256, 0xFFFFFFFFFFFFF59E},
-                    Window{257, 0xFFFFFFFFFFFFE01E}, Window{512, 0xFFFFFFFFFFFFE01E},
-                    Window{513, 0xFFFFFFFFFFFFBA38}),
-    [](const auto& tested) { return std::to_string(tested.param.bytes) + "Bytes"; });
+const BaseLine hexText[] = {
+    {"DigitsOfBothCases", L"norv -base 0a1BCdeF98", -1, 40, "A1BCDEF98"},
+    {"ManyDigits", L"norv -base 123456789abcdef01122334455667788", -1, 128,
+     "123456789ABCDEF01122334455667788"},
+    {"ALeadingZeroByte", L"norv -base 00FF", -1, 16, "FF"},
+    {"ZerosAlone", L"norv -base 000000", -1, 24, "0"},
+    {"PairsApart", L"norv -base \"0A 1B\"", -1, 16, "A1B"},
+    {"PairsFarApart", L"norv -base \"0a  1b\"", -1, 16, "A1B"},
+    {"PairsWithBlanksAround", L"norv -base \"  0a1b \"", -1, 16, "A1B"},
+    {"AnOddLastDigit", L"norv -base abc", -1, 8, "AB"},
+    {"ABadPair", L"norv -base 12zz34", -1, 8, "12"},
+    {"ABadSecondDigit", L"norv -base 123z45", -1, 8, "12"},
+    {"ABlankInsideAPair", L"norv -base \"123 456\"", -1, 8, "12"},
+    {"ATab", L"norv -base 0a\t1b", -1, 8, "A"},
+    {"ALineEnd", L"norv -base 0a\n1b", -1, 8, "A"},
+    {"ABackslash", L"norv -base 0a\\n1b", -1, 8, "A"},
+    {"ArabicIndicDigits", L"norv -base 12\x0661\x0661", -1, 8, "12"},
+    {"FullwidthDigits", L"norv -base 12\xFF11\xFF11", -1, 8, "12"},
+    {"FullwidthLetters", L"norv -base 12\xFF21\xFF21", -1, 8, "12"},
+    {"AnIntroducerOfHex", L"norv -base 0x12", -1},
+    {"TheCharacterBefore0", L"norv -base /0", -1},
+    {"TheCharacterAfter9", L"norv -base :0", -1},
+    {"TheCharacterBeforeCapitalA", L"norv -base @0", -1},
+    {"TheCharacterAfterCapitalF", L"norv -base G0", -1},
+    {"TheCharacterBeforeSmallA", L"norv -base `0", -1},
+    {"TheCharacterAfterSmallF", L"norv -base g0", -1},
+    {"ASecondCharacterBefore0", L"norv -base 0/", -1},
+    {"ASecondCharacterAfterSmallF", L"norv -base 0g", -1},
+    {"EmptyText", L"norv -base \"\"", -1},
+    {"BlanksAlone", L"norv -base \"   \"", -1}};
+
+const BaseLine options[] = {
+    {"TheFirstArgument", L"-base FF", -1, 8, "FF"},
+    {"TheLastOfSeveral", L"norv -base FFFFFFFF -base 0A1B", -1, 16, "A1B"},
+    {"AnotherOption", L"norv -base -safe", -1},
+    {"TheByteCountsOption", L"norv -base -input 1", -1},
+    {"NothingWhereAnEarlierOptionTookIts", L"norv -threads -base FF", -2},
+    {"NothingAtTheEndOfTheLine", L"norv -threads 1 -base", -2},
+    {"NothingWithoutIt", L"norv -threads 1", -2},
+    {"NoCommandLine", nullptr, -2},
+    {"AnEmptyCommandLine", L"", -2},
+    {"ABaseBesideABadByteCount", L"norv -base 1234 -input -1", -1, 16, "1234"},
+    {"AByteCountThatIsNotANumber", L"norv -input x", -2},
+    {"AByteCountOfZero", L"norv -input 0", -2},
+    {"ANegativeByteCount", L"norv -input -1", -1},
+    {"AByteCountWhoseBitsCannotBeCounted", L"norv -input 268435456", -1},
+    {"AByteCountBeyondAllNumbers", L"norv -input 99999999999", -1},
+    {"ATestText", L"norv -input 8 -test 7", -1, 32, "77777777"},
+    {"TheFirstCharacterOfATestText", L"norv -input 4 -test f123456789", -1, 16, "FFFF"},
+    {"AnOddTestText", L"norv -input 3 -test f", -1, 8, "FF"},
+    {"ATestTextBeforeABase", L"norv -base 1234 -input 4 -test 7", -1, 16, "7777"},
+    {"NoTestTextWithoutAByteCount", L"norv -base 1234 -test 7", -1, 16, "1234"},
+    {"ATestTextThatIsNotADigit", L"norv -input 8 -test x", -1},
+    {"AnEmptyTestText", L"norv -input 8 -test \"\"", -1},
+    {"ATestTextOfNegativeLength", L"norv -input -8 -test 7", -1},
+    {"ATestTextWhoseBitsCannotBeCounted", L"norv -input 2147483647 -test 7", -1}};
+
+INSTANTIATE_TEST_SUITE_P(HexText, DriverBase, testing::ValuesIn(hexText),
+                         testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Options, DriverBase, testing::ValuesIn(options),
+                         testing::PrintToStringParamName());
 
 // Threads
 
 TEST_F(Driver, StartsTheStopWatcherAloneWithoutThreads)
 {
-    EXPECT_EQ(1, jobOf(L"norv -base FF").handles);
+    EXPECT_EQ(1, handlesOf(L"norv -base FF"));
     EXPECT_EQ(1U, fakeThreads.created.size());
     EXPECT_EQ(stopWatcherThreadProc, fakeThreads.created.at(0).procedure);
 }
 
-TEST_F(Driver, ReportsNoThreadsWhenNoneAreAskedFor)
-{
-    run(L"norv -base 00FF");
-    EXPECT_EQ(started("Prime", 16, 0), output);
-}
-
 TEST_F(Driver, StartsTheWorkersAfterTheStopWatcher)
 {
-    EXPECT_EQ(4, jobOf(L"norv -base FF -threads 3").handles);
+    EXPECT_EQ(4, handlesOf(L"norv -base FF -threads 3"));
     ASSERT_EQ(4U, fakeThreads.created.size());
     EXPECT_EQ(stopWatcherThreadProc, fakeThreads.created[0].procedure);
     for (std::size_t i = 1; i < 4; ++i)
@@ -357,27 +244,16 @@ TEST_F(Driver, ClosesEveryHandle)
     EXPECT_EQ(4, fakeThreads.closed);
 }
 
-TEST_F(Driver, EndsWithoutAResultWhenTheThreadsFoundNone)
-{
-    EXPECT_EQ(-1, run(L"norv -base FF -threads 3"));
-}
-
-TEST_F(Driver, TellsOfAWorkerThatCouldNotBeStarted)
+TEST_F(Driver, TellsOfAWorkerThatCouldNotBeStartedAndClosesTheHandlesThatItHas)
 {
     fakeThreads.firstRefused = 2;
     EXPECT_EQ(-2, run(L"norv -base FF -threads 3"));
-}
-
-TEST_F(Driver, ClosesTheHandlesThatItHasWhenAThreadCouldNotBeStarted)
-{
-    fakeThreads.firstRefused = 2;
-    run(L"norv -base FF -threads 3");
     EXPECT_EQ(static_cast<int>(fakeThreads.created.size()) - 1, fakeThreads.closed);
 }
 
 TEST_F(Driver, WaitsForAsManyThreadsAsOneWaitTakes)
 {
-    EXPECT_EQ(64, jobOf(L"norv -base FF -threads 63").handles);
+    EXPECT_EQ(64, handlesOf(L"norv -base FF -threads 63"));
     EXPECT_FALSE(endedProcess);
 }
 
@@ -385,12 +261,7 @@ TEST_F(Driver, EndsTheProcessWhenItHasMoreThreadsThanOneWaitTakes)
 {
     EXPECT_EQ(-1, run(L"norv -base FF -threads 64"));
     EXPECT_TRUE(endedProcess);
-}
-
-TEST_F(Driver, ClosesTheHandlesOfThreadsThatItCannotWaitFor)
-{
-    run(L"norv -base FF -threads 100");
-    EXPECT_EQ(101, fakeThreads.closed);
+    EXPECT_EQ(65, fakeThreads.closed);
 }
 
 TEST_F(Driver, ReportsAResultOfThreadsThatItCannotWaitFor)
@@ -426,119 +297,62 @@ TEST_F(Driver, CannotMakeRoomForFewerThanNoThreads)
     testing::internal::GetCapturedStdout();
 }
 
-// Options
+// The other options
 
-TEST_F(Driver, TakesTheThreadCountInEveryForm)
-{
-    for (const wchar_t* line : {L"norv -base FF -threads 4", L"norv -base FF -THREADS 4",
-                                L"norv -base FF -threads=4", L"norv -base FF -threads4",
-                                L"norv -base FF -threads= 4"}) {
-        fakeThreads.created.clear();
-        EXPECT_EQ(5, jobOf(line).handles) << line;
-        BN_free(sharedBase);
-        sharedBase = nullptr;
+struct OptionLine {
+    const char* name;
+    const wchar_t* options;
+    Settings settings;
+
+    friend std::ostream& operator<<(std::ostream& out, const OptionLine& line)
+    {
+        return out << line.name;
     }
-}
+};
 
-TEST_F(Driver, StartsNoWorkerWhenTheThreadCountIsNoNumber)
+class DriverOptions : public Driver, public testing::WithParamInterface<OptionLine>
 {
-    EXPECT_EQ(1, jobOf(L"norv -base FF -threads x").handles);
-}
+};
 
-TEST_F(Driver, StartsNoWorkerWhenTheThreadOptionStandsLast)
+TEST_P(DriverOptions, AreTakenAs)
 {
-    EXPECT_EQ(1, jobOf(L"norv -base FF -threads").handles);
-}
-
-TEST_F(Driver, StartsNoWorkerWhenTheThreadOptionStandsLastAgain)
-{
-    EXPECT_EQ(1, jobOf(L"norv -base FF -threads 4 -threads").handles);
-}
-
-TEST_F(Driver, HasADefaultSemaphoreName)
-{
-    EXPECT_EQ(L"stopPrimeGeneration", jobOf(L"norv -base FF").semaphoreName);
-}
-
-TEST_F(Driver, TakesTheSemaphoreName)
-{
-    EXPECT_EQ(L"mine", jobOf(L"norv -base FF -stopSemaphoreName mine").semaphoreName);
-}
-
-TEST_F(Driver, KeepsTheDefaultSemaphoreNameWhenItsOptionStandsLast)
-{
-    EXPECT_EQ(L"stopPrimeGeneration",
-              jobOf(L"norv -base FF -stopSemaphoreName").semaphoreName);
-}
-
-TEST_F(Driver, KeepsTheDefaultSemaphoreNameWhenItsOptionEndsInAnEqualsSign)
-{
-    EXPECT_EQ(L"stopPrimeGeneration",
-              jobOf(L"norv -base FF -stopSemaphoreName=").semaphoreName);
-}
-
-TEST_F(Driver, SearchesAnyPrimeByDefault)
-{
-    EXPECT_EQ(0, jobOf(L"norv -base FF").safe);
-}
-
-TEST_F(Driver, SearchesASafePrimeOnDemand)
-{
-    EXPECT_EQ(1, jobOf(L"norv -Safe -base FF").safe);
-    EXPECT_EQ(started("Safe prime", 8, 0), output);
-}
-
-TEST_F(Driver, HasNoProgressFileByDefault)
-{
-    EXPECT_EQ(std::nullopt, jobOf(L"norv -base FF").progressFile);
-}
-
-TEST_F(Driver, TakesTheProgressFile)
-{
-    EXPECT_EQ(L"a file", jobOf(L"norv -base FF -outPrompt \"a file\"").progressFile);
-}
-
-TEST_F(Driver, LetsMarksStayOutWhereNobodySeesThem)
-{
-    EXPECT_TRUE(jobOf(L"norv -base FF -noPrompt").unwatched);
-}
-
-TEST_F(Driver, LetsNoMarkStayOutOfStandardOutput)
-{
-    EXPECT_FALSE(jobOf(L"norv -base FF").unwatched);
-}
-
-TEST_F(Driver, LetsNoMarkStayOutOfTheProgressFile)
-{
-    EXPECT_FALSE(jobOf(L"norv -base FF -outPrompt \"a file\"").unwatched);
-}
-
-TEST_F(Driver, LetsNoMarkStayOutOfTheProgressFileOfAQuietRun)
-{
-    EXPECT_FALSE(jobOf(L"norv -base FF -outPrompt \"a file\" -noPrompt").unwatched);
-}
-
-TEST_F(Driver, ReadsItsOptionsInTheirOrder)
-{
-    // "-threads" takes "-base" for its value, so that FF belongs to nobody.
-    EXPECT_EQ(-2, run(L"norv -threads -base FF"));
-    // "-base" takes "-input", and 1 belongs to nobody.
-    EXPECT_EQ(-1, run(L"norv -base -input 1"));
-}
-
-TEST_F(Driver, IgnoresArgumentsThatItDoesNotKnow)
-{
-    jobOf(L"norv what -ever 4 -base FF -threads 2 --safe /noPrompt");
+    run((std::wstring(L"norv -base FF ") + GetParam().options).c_str());
     EXPECT_EQ("FF", job.base);
-    EXPECT_EQ(3, job.handles);
-    EXPECT_EQ(0, job.safe);
-    EXPECT_EQ(0, job.quiet);
+    const Settings& expected = GetParam().settings;
+    EXPECT_EQ(expected.handles, job.settings.handles);
+    EXPECT_EQ(expected.semaphoreName, job.settings.semaphoreName);
+    EXPECT_EQ(expected.safe, job.settings.safe);
+    EXPECT_EQ(expected.quiet, job.settings.quiet);
+    EXPECT_EQ(expected.progressFile, job.settings.progressFile);
+    EXPECT_EQ(expected.unwatched, job.settings.unwatched);
 }
 
-TEST_F(Driver, TakesTheFirstArgumentForAnOptionLikeAnyOther)
-{
-    EXPECT_EQ("FF", jobOf(L"-base FF").base);
-}
+const OptionLine optionLines[] = {
+    {"None", L"", {}},
+    {"Threads", L"-threads 4", {.handles = 5}},
+    {"ThreadsInTheOtherCase", L"-THREADS 4", {.handles = 5}},
+    {"ThreadsWithAnEqualsSign", L"-threads=4", {.handles = 5}},
+    {"ThreadsAttached", L"-threads4", {.handles = 5}},
+    {"ThreadsAfterALoneEqualsSign", L"-threads= 4", {.handles = 5}},
+    {"ThreadsThatAreNotANumber", L"-threads x", {}},
+    {"ThreadsWithoutAValue", L"-threads", {}},
+    {"ThreadsWithoutAValueAgain", L"-threads 4 -threads", {}},
+    {"SemaphoreName", L"-stopSemaphoreName mine", {.semaphoreName = L"mine"}},
+    {"SemaphoreNameWithoutAValue", L"-stopSemaphoreName", {}},
+    {"SemaphoreNameWithAnEqualsSignAlone", L"-stopSemaphoreName=", {}},
+    {"Safe", L"-Safe", {.safe = 1}},
+    {"SafeTakenForAValue", L"-outPrompt -safe", {.progressFile = L"-safe"}},
+    {"NoPrompt", L"-noPrompt", {.quiet = 1, .unwatched = true}},
+    {"OutPrompt", L"-outPrompt \"a file\"", {.progressFile = L"a file"}},
+    {"OutPromptAndNoPrompt",
+     L"-outPrompt \"a file\" -noPrompt",
+     {.quiet = 1, .progressFile = L"a file"}},
+    {"UnknownOnesAmongOthers",
+     L"what -ever 4 -threads 2 --safe /noPrompt",
+     {.handles = 3}}};
+
+INSTANTIATE_TEST_SUITE_P(Lines, DriverOptions, testing::ValuesIn(optionLines),
+                         testing::PrintToStringParamName());
 
 TEST_F(Driver, AnswersAQuestionMarkWithTheUsageTextAlone)
 {
@@ -546,7 +360,7 @@ TEST_F(Driver, AnswersAQuestionMarkWithTheUsageTextAlone)
     EXPECT_EQ(0U, output.find("Prime generation utility 64, v.1.0 "));
     const std::string lastLine = "> norv.exe -threads 8 -input 32 -safe\n";
     EXPECT_EQ(output.size() - lastLine.size(), output.find(lastLine));
-    EXPECT_EQ(noWait, job.handles);
+    EXPECT_EQ(noWait, job.settings.handles);
 }
 
 TEST_F(Driver, AnswersAQuestionMarkThatWouldBeAValue)
@@ -562,6 +376,16 @@ TEST_F(Driver, TakesNoLongerArgumentForAQuestionMark)
 
 // Messages
 
+TEST_F(Driver, NamesASafePrimeInItsMessages)
+{
+    found = "0A1B";
+    run(L"norv -safe -base FFFF");
+    EXPECT_EQ(started("Safe prime", 16, 0) +
+                  "\nGeneration finished 0 seconds\nSafe prime 16 bits in 1 threads.\n"
+                  "Result:0A 1B ",
+              output);
+}
+
 TEST_F(Driver, PrintsTheWholeRun)
 {
     found = "0A1B";
@@ -576,7 +400,6 @@ TEST_F(Driver, PrintsTheResultAloneWhenQuiet)
 {
     found = "0A1B";
     EXPECT_EQ(6, run(L"norv -base FFFF -threads 3 -noPrompt"));
-    EXPECT_EQ(1, job.quiet);
     EXPECT_EQ("0A 1B ", output);
 }
 
@@ -595,7 +418,7 @@ TEST_F(Driver, TracesTheResult)
 
 TEST_F(Driver, SaysNothingOfTheEndWithoutAResult)
 {
-    run(L"norv -base FFFF -threads 3");
+    EXPECT_EQ(-1, run(L"norv -base FFFF -threads 3"));
     EXPECT_EQ(started("Prime", 16, 3), output);
 }
 

@@ -28,61 +28,20 @@ TEST_F(BaseInput, TakesTheSizeFromTheDigitsAndNotFromTheNumber)
     expectEnding(6, "FF D9 ", quiet({"-base", "00FF"}));
 }
 
-TEST_F(BaseInput, TakesDigitsOfBothCases)
-{
-    expectEnding(6, firstAbove0A1B, quiet({"-base", "0a1b"}));
-    expectEnding(6, firstAbove0A1B, quiet({"-base", "0A1B"}));
-}
-
 TEST_F(BaseInput, TakesBlanksBetweenPairs)
 {
-    expectEnding(6, firstAbove0A1B, quiet({"-base", "0A 1B"}));
-    expectEnding(6, firstAbove0A1B, quiet({"-base", "0a  1b"}));
-}
-
-TEST_F(BaseInput, DropsAnOddLastDigit)
-{
-    expectEnding(3, "FB ", quiet({"-base", "abc"}));
-}
-
-TEST_F(BaseInput, EndsAtABadPair)
-{
-    expectEnding(3, "DF ", quiet({"-base", "12zz34"}));
+    expectEnding(6, firstAbove0A1B, quiet({"-base", "0a  1B"}));
 }
 
 TEST_F(BaseInput, FailsWithoutAByte)
 {
-    expectEnding(-1, "", run({"-threads", "1", "-base", "0x12"}));
-}
-
-TEST_F(BaseInput, FailsForAnOptionInPlaceOfTheDigits)
-{
-    expectEnding(-1, "", run({"-threads", "1", "-base", "-safe"}));
-}
-
-TEST_F(BaseInput, FailsForEmptyDigits)
-{
-    expectEnding(-1, "", run({"-threads", "1", "-base", ""}));
+    for (const char* digits : {"0x12", ""})
+        expectEnding(-1, "", run({"-threads", "1", "-base", digits}));
 }
 
 TEST_F(BaseInput, RepeatsTheFirstCharacterOfATestText)
 {
     expectEnding(12, "F7 77 76 4B ", quiet({"-input", "8", "-test", "7"}));
-}
-
-TEST_F(BaseInput, ReadsStandardInput)
-{
-    expectEnding(6, firstAbove0A1B, quiet({"-input", "2"}, text("0a 1b ")));
-}
-
-TEST_F(BaseInput, ReadsPairsWithoutSeparatorsAndAnyTwoCharactersMore)
-{
-    expectEnding(6, firstAbove0A1B, quiet({"-input", "2"}, text("0a1bzz")));
-}
-
-TEST_F(BaseInput, ReadsLinesThatEndAsOnWindows)
-{
-    expectEnding(6, firstAbove0A1B, quiet({"-input", "2"}, text("0a\r\n1b\r\n")));
 }
 
 TEST_F(BaseInput, ReadsThreeCharactersAByteAndWaitsForNoMore)
@@ -91,24 +50,9 @@ TEST_F(BaseInput, ReadsThreeCharactersAByteAndWaitsForNoMore)
                  quiet({"-input", "2"}, {Streams::Input::textAndOpen, "0a 1b "}));
 }
 
-TEST_F(BaseInput, IgnoresWhatFollowsOnStandardInput)
+TEST_F(BaseInput, ReadsLinesThatEndAsOnWindows)
 {
-    expectEnding(6, firstAbove0A1B, quiet({"-input", "2"}, text("0a 1b ff ff ")));
-}
-
-TEST_F(BaseInput, FailsWhenStandardInputEndsEarly)
-{
-    expectEnding(-1, "", quiet({"-input", "2"}, text("0a1b")));
-}
-
-TEST_F(BaseInput, FailsOnEmptyStandardInput)
-{
-    expectEnding(-1, "", quiet({"-input", "2"}, text("")));
-}
-
-TEST_F(BaseInput, FailsAtATabOnStandardInput)
-{
-    expectEnding(-1, "", quiet({"-input", "2"}, text("0a\t1b ")));
+    expectEnding(6, firstAbove0A1B, quiet({"-input", "2"}, text("0a\r\n1b\r\n")));
 }
 
 TEST_F(BaseInput, FailsWithoutStandardInput)
@@ -116,7 +60,7 @@ TEST_F(BaseInput, FailsWithoutStandardInput)
     expectEnding(-1, "", quiet({"-input", "2"}, {Streams::Input::closed}));
 }
 
-TEST_F(BaseInput, AsksForTheBytes)
+TEST_F(BaseInput, AsksForTheBytesAndFailsWhenTheyEndEarly)
 {
     expectEnding(-1, "Please enter hex 2 bytes:\n",
                  run({"-threads", "1", "-input", "2"}, text("0a1b")));
@@ -134,27 +78,6 @@ TEST_F(BaseInput, AsksForNothingWhenItHasABase)
     const Ending ending = run({"-threads", "-1", "-input", "2", "-base", "0A1B0A1B"},
                               {Streams::Input::textAndOpen});
     expectEnding(-1, started("Prime", 32, -1), ending);
-}
-
-TEST_F(BaseInput, FailsForANegativeByteCount)
-{
-    expectEnding(-1, "", run({"-threads", "1", "-input", "-2"}, text("0a 1b ")));
-}
-
-TEST_F(BaseInput, FailsForAByteCountWhoseBitsCannotBeCounted)
-{
-    expectEnding(-1, "", run({"-input", "268435456"}, text("0a 1b ")));
-    expectEnding(-1, "", run({"-input", "268435456", "-test", "7"}));
-}
-
-TEST_F(BaseInput, AsksForABaseWhenItsOptionStandsLast)
-{
-    expectEnding(-2, "", run({"-threads", "1", "-base"}));
-}
-
-TEST_F(BaseInput, TakesTheLastOfSeveralBases)
-{
-    expectEnding(6, firstAbove0A1B, quiet({"-base", "FFFFFFFF", "-base", "0A1B"}));
 }
 
 } // namespace
