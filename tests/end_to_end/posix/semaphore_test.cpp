@@ -74,7 +74,6 @@ TEST_F(Semaphore, WhoseReleaseLockAStoppedProcessHoldsKeepsNoPrimeBack)
     ASSERT_NE(nullptr, held);
     {
         const StoppedHolder holder(path, releaseByte);
-        ASSERT_TRUE(holder.isStopped());
         expectPrime(run({"-noPrompt", "-threads", "1", "-base", "0A1B"}));
     }
     closeSemaphore(held);
@@ -89,7 +88,6 @@ TEST_F(Semaphore, WhoseNextHolderIsStoppedKeepsNoPrimeBack)
     killed.wait();
     {
         const StoppedHolder holder(path, livenessByte);
-        ASSERT_TRUE(holder.isStopped());
         expectPrime(run({"-noPrompt", "-threads", "1", "-base", "0A1B"}));
     }
     removeForeign(semaphoreName);

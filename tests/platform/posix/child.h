@@ -43,15 +43,18 @@ private:
 };
 
 // Runs `body` in a process of its own, which ends with what it returns, without
-// any of this process's clean-up.
+// any of this process's clean-up; by a signal when an exception leaves it.
 class Child
 {
 public:
     explicit Child(const std::function<int()>& body)
         : id_(fork())
     {
+        const auto run = [&body]() noexcept {
+            return body();
+        };
         if (id_ == 0)
-            _exit(body());
+            _exit(run());
     }
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <ctime>
 #include <fcntl.h>
+#include <stdexcept>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -61,7 +62,8 @@ inline bool makeOld(const std::string& path)
     return written;
 }
 
-// A process that holds one byte's lock alone, and has been stopped.
+// A process that holds one byte's lock alone, and has been stopped. Throws where another
+// holds the lock.
 class StoppedHolder
 {
 public:
@@ -75,17 +77,12 @@ public:
     {
         int status = 0;
         waitpid(child_.id(), &status, WUNTRACED);
-        stopped_ = WIFSTOPPED(status);
-    }
-
-    bool isStopped() const
-    {
-        return stopped_;
+        if (!WIFSTOPPED(status))
+            throw std::runtime_error("the lock is not to be had");
     }
 
 private:
     Child child_;
-    bool stopped_ = false;
 };
 
 // A semaphore that another user made as the program makes its own, opened to everybody,
