@@ -22,15 +22,23 @@ for row in $(uniq -d <<<"$rows"); do complain "two rows: $row"; done
 for mark in $(comm -23 <(echo "$marks") <(uniq <<<"$rows")); do complain "mark without a row: $mark"; done
 for row in $(comm -13 <(echo "$marks") <(uniq <<<"$rows")); do complain "row without a mark: $row"; done
 
-# The names of all tests, SUITE.NAME, also where one stands on a line of its own.
-known=$(find tests -name '*.cpp' -exec cat {} + | tr -d '\n' |
-    grep -oE 'TEST(_F|_P)?\([A-Za-z0-9]+, *[A-Za-z0-9]+\)' |
-    sed -E 's/TEST(_F|_P)?\(([A-Za-z0-9]+), *([A-Za-z0-9]+)\)/\2.\3/' | sort -u)
+# exists NAME: whether a file has the test SUITE.TEST or, of a table, SUITE.TEST/CASE,
+# where the case is a quoted text of the same file.
+exists() {
+    local suite=${1%%.*} test=${1#*.} case=
+    case $test in
+    */*) case=${test#*/} test=${test%%/*} ;;
+    esac
+    local pattern="TEST(_F|_P)?\\($suite,[[:space:]]*$test\\)"
+    [ -n "$(find tests -name '*.cpp' -exec grep -lZzE "$pattern" {} + |
+        xargs -0r grep -lF "${case:+\"$case\"}")" ]
+}
+
 while IFS='|' read -r _ row _ _ tests _; do
-    named=$(grep -oE '[A-Za-z0-9]+\.[A-Za-z0-9]+' <<<"$tests" || true)
+    named=$(grep -oE '[A-Za-z0-9]+\.[A-Za-z0-9/]+' <<<"$tests" || true)
     [ -n "$named" ] || complain "row without a test:$row"
     for test in $named; do
-        grep -qxF "$test" <<<"$known" || complain "no such test:$row$test"
+        exists "$test" || complain "no such test:$row$test"
     done
 done < <(grep -E '^\| `' "$page")
 

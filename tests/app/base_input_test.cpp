@@ -109,7 +109,7 @@ TEST(ReadBaseFromAnyStream, AsksNothingOfAStreamThatIsNotStandardInput)
     EXPECT_EQ("", testing::internal::GetCapturedStdout());
 }
 
-TEST(ReadBaseFromStream, WipesAllButTheLastDecodedByte)
+TEST(ReadBaseFromAnyStream, WipesAllButTheLastDecodedByte)
 {
     // Of five bytes: fifteen characters, a zero, five decoded bytes.
     watchNextArray(21);
@@ -119,7 +119,7 @@ TEST(ReadBaseFromStream, WipesAllButTheLastDecodedByte)
     EXPECT_FALSE(arrayWatch.wiped);
 }
 
-TEST(ReadBaseFromStream, WipesAllThatItReadOfAStreamThatEndsEarly)
+TEST(ReadBaseFromAnyStream, WipesAllThatItReadOfAStreamThatEndsEarly)
 {
     watchNextArray(21);
     EXPECT_EQ("none", read(5, "01 02 03 04 05"));

@@ -1,5 +1,7 @@
 #include "prime/miller_rabin.h"
 
+#include "prime/events.h"
+#include "tests/fakes/crypto_memory.h"
 #include "tests/prime/engine.h"
 #include "tests/prime/random_draws.h"
 #include "tests/support/event_trace.h"
@@ -359,6 +361,24 @@ TEST_F(MillerRabin, LeavesTheFirstNumberThatItTakesUnused)
     EXPECT_EQ(1, isPrime("65"));
     // The second and the third hold w - 1 and w - 3.
     EXPECT_EQ((std::array<std::string, 3>{"0", "64", "62"}), during);
+}
+
+TEST_F(MillerRabin, SquaresOnceMoreBeforeItsVerdictOnAComposite)
+{
+    // Both are 3 modulo 4, so that an iteration passes without a squaring. The squaring
+    // before the verdict alone needs words for the number that it squares.
+    const auto allocations = [this](int distance) {
+        RandomDraws draws(Script{{3}});
+        const BigNumber number = fromHex(oracle::powerOfTwo(255, -distance));
+        const Context context = newContext();
+        failCryptoAllocation(-1);
+        ::isPrime(number.get(), 1, context.get(), 0, trace_.callback());
+        return cryptoAllocations();
+    };
+    const int ofAPrime = allocations(765);
+    EXPECT_EQ(1, trace_.count(iterationEvent));
+    EXPECT_LT(ofAPrime, allocations(21));
+    EXPECT_EQ(1, trace_.count(iterationEvent));
 }
 
 TEST_F(MillerRabin, LeavesTheContextUsable)
