@@ -3,25 +3,32 @@
 #include <atomic>
 #include <cstdlib>
 #include <openssl/crypto.h>
+#include <openssl/err.h>
 
 namespace
 {
 
 std::atomic<int> allocations{0};
 std::atomic<int> failing{-1};
+std::atomic<int> blocks{0};
 
 void* allocate(std::size_t size, const char* /*file*/, int /*line*/)
 {
-    return allocations++ == failing ? nullptr : std::malloc(size);
+    void* block = allocations++ == failing ? nullptr : std::malloc(size);
+    blocks += block ? 1 : 0;
+    return block;
 }
 
 void* reallocate(void* block, std::size_t size, const char* /*file*/, int /*line*/)
 {
-    return allocations++ == failing ? nullptr : std::realloc(block, size);
+    void* larger = allocations++ == failing ? nullptr : std::realloc(block, size);
+    blocks += larger && !block ? 1 : 0;
+    return larger;
 }
 
 void release(void* block, const char* /*file*/, int /*line*/)
 {
+    blocks -= block ? 1 : 0;
     std::free(block);
 }
 
@@ -40,4 +47,10 @@ void failCryptoAllocation(int number)
 int cryptoAllocations()
 {
     return allocations;
+}
+
+int cryptoBlocks()
+{
+    ERR_clear_error();
+    return blocks;
 }

@@ -7,3 +7,7 @@ void failCryptoAllocation(int number);
 
 // How many allocations the library asked for since the last failCryptoAllocation.
 int cryptoAllocations();
+
+// How many blocks the library holds now, without those of its error queue, which this
+// clears.
+int cryptoBlocks();
