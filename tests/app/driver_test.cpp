@@ -174,7 +174,7 @@ const BaseLine options[] = {
     {"NoTestTextWithoutAByteCount", L"norv -base 1234 -test 7", -1, 16, "1234"},
     {"ATestTextThatIsNotADigit", L"norv -input 8 -test x", -1},
     {"AnEmptyTestText", L"norv -input 8 -test \"\"", -1},
-    {"ATestTextOfNegativeLength", L"norv -input -8 -test 7", -1},
+    {"ATestTextOfNegativeLength", L"norv -base 1234 -input -8 -test 7", -1},
     {"ATestTextWhoseBitsCannotBeCounted", L"norv -input 2147483647 -test 7", -1}};
 
 INSTANTIATE_TEST_SUITE_P(HexText, DriverBase, testing::ValuesIn(hexText),

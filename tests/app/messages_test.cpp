@@ -1,3 +1,4 @@
+// The usage text is tested to the letter in whole runs.
 #include "app/messages.h"
 
 #include <gtest/gtest.h>
@@ -12,29 +13,6 @@ std::string printed(Print print)
     testing::internal::CaptureStdout();
     print();
     return testing::internal::GetCapturedStdout();
-}
-
-TEST(PrintUsage, PrintsTheTextToTheLetter)
-{
-    EXPECT_EQ(
-        "Prime generation utility 64, v.1.0 Copyright 2026 the norv authors\n"
-        "Usage:\n"
-        "> norv.exe <-options>\n"
-        "Options:\n"
-        "     threads [number]         - number of separate threads are used for "
-        "generation.\n"
-        "     stopSemaphoreName [name] - name of semaphire which stops generation\n"
-        "     base [hex string]        - hex string with base number\n"
-        "     input [bytes]            - number ofbutes to read from stdin for base "
-        "number\n"
-        "     safe                     - generate safe prime\n"
-        "Result:\n"
-        " If success writes result as hex string to stdout, returns number of written "
-        "bytes, \n"
-        " otherwise return negative error value.\n"
-        "Sample:\n"
-        "> norv.exe -threads 8 -input 32 -safe\n",
-        printed(printUsage));
 }
 
 TEST(PrintStarted, NamesAPrime)
