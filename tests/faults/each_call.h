@@ -10,7 +10,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -34,13 +33,6 @@ void failEachCall(const std::string& name, const std::function<void(const Fault&
 // Whether the fault struck, in a call of this function.
 bool struckIn(const char* function);
 
-struct CallbackFree {
-    void operator()(GenCallback* callback) const
-    {
-        BN_GENCB_free(callback);
-    }
-};
-using OwnedCallback = std::unique_ptr<GenCallback, CallbackFree>;
 OwnedCallback makeCallback(int (*function)(int, int, GenCallback*), void* argument);
 
 // Secret numbers
