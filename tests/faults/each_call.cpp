@@ -1,6 +1,7 @@
 #include "tests/faults/each_call.h"
 
 #include "tests/fakes/random_bytes.h"
+#include "tests/faults/listed_calls.h"
 #include "tests/support/big.h"
 
 #include <algorithm>
@@ -15,8 +16,12 @@ namespace
 
 constexpr int firstCalls = 10;
 
-void failOnce(const Fault& fault, const std::function<void(const Fault&)>& run)
+using FaultyRun = std::function<void(const Fault&)>;
+
+// Returns whether the fault struck.
+bool failOnce(const std::string& name, const FaultyRun& run, const Fault& fault)
 {
+    tally.where = name + ", " + inWords(fault);
     LiveBlocks before = liveBlocks();
     blocksLeft = {};
     run(fault);
@@ -28,6 +33,17 @@ void failOnce(const Fault& fault, const std::function<void(const Fault&)>& run)
     tally.expect(errors.foreignFrees == 0, "a block given back twice");
     tally.expect(errors.secretFrees == 0, "something secret in a freed block of " +
                                               std::to_string(errors.secretBlockSize));
+    return faultReport->struck;
+}
+
+// The first calls of every function, which steps may miss.
+void failFirstCalls(const std::string& name, const FaultyRun& run, bool late)
+{
+    for (const ListedFunction& function : cryptoFunctions())
+        for (int number = 1; function.canFail && number <= 2; ++number)
+            if (!failOnce(name, run,
+                          {FaultKind::libraryCall, function.name, number, 0, late}))
+                break;
 }
 
 } // namespace
@@ -39,12 +55,11 @@ void failEachCall(const std::string& name, const std::function<void(const Fault&
             if (late && kind != FaultKind::libraryCall)
                 continue;
             for (int number = 1;; number += number < firstCalls ? 1 : faultStep) {
-                const Fault fault{kind, {}, number, 0, late};
-                tally.where = name + ", " + inWords(fault);
-                failOnce(fault, run);
-                if (!faultReport->struck)
+                if (!failOnce(name, run, {kind, {}, number, 0, late}))
                     break;
             }
+            if (faultStep > 1 && kind == FaultKind::libraryCall)
+                failFirstCalls(name, run, late);
         }
 }
 

@@ -19,7 +19,8 @@ inline constexpr FaultKind kindsOfFault[] = {
 
 extern Tally tally;
 
-// After the first calls only every so many-th fails. 1: each.
+// After the first calls, and the first ones of every function, only every so many-th
+// fails. 1: each.
 extern int faultStep;
 
 // Blocks that the run at hand leaves on purpose, which it may set.
