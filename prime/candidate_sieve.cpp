@@ -2,7 +2,6 @@
 
 #include "prime/big_number.h"
 #include "prime/random_bytes.h"
-#include "prime/shortcuts.h"
 #include "prime/word_residues.h"
 
 #include <cassert>
@@ -62,17 +61,8 @@ bool startFromRandom(BIGNUM* candidate, int bits)
 
 bool computeResidues(const BIGNUM* start, std::size_t used, std::uint16_t* residues)
 {
-    const auto primes = std::span(smallPrimes).subspan(1, used - 1);
-    if (shortcutsEnabled)
-        return computeWordResidues(start, primes, residues + 1);
-
-    for (std::size_t i = 0; i < primes.size(); ++i) {
-        const BN_ULONG residue = BN_mod_word(start, primes[i]);
-        if (residue == static_cast<BN_ULONG>(-1))
-            return false;
-        residues[i + 1] = static_cast<std::uint16_t>(residue);
-    }
-    return true;
+    return computeWordResidues(start, std::span(smallPrimes).subspan(1, used - 1),
+                               residues + 1);
 }
 
 // Whether no prime used divides start + delta or, in a safe search, half of

@@ -12,7 +12,7 @@ inline constexpr int modeFromBase = 2; // upward from the number given, not rand
 
 // Replaces `candidate` by the next odd number above it of exactly `bits` bits
 // that no sieve prime divides; with modeSafe by one that is 3 modulo 4 and whose
-// (p-1)/2 none divides either. From the top of the size it goes on at the bottom.
+// (p-1)/2 none divides either. After the top of the size it wraps around to the bottom.
 //
 // candidate  in: where to start (with modeFromBase; a longer number counts with
 //            its low bits) or anything (without: the start is random, its two
@@ -23,7 +23,7 @@ inline constexpr int modeFromBase = 2; // upward from the number given, not rand
 // residues   scratch, smallPrimeCount entries, reused from call to call: the
 //            entries of the primes used receive the start's residues
 // Returns 1, or 0 when a library call, an allocation or the random source
-// failed, or when, with modeFromBase, the offset range ran out. Reads
-// shortcutsEnabled and touches nothing but its arguments: any number of threads.
+// failed, or when, with modeFromBase, the offset range ran out. Touches nothing but
+// its arguments: any number of threads.
 int nextCandidate(BIGNUM* candidate, int bits, int mode, std::uint16_t* residues,
                   BN_CTX* context);

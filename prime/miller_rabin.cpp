@@ -2,7 +2,6 @@
 
 #include "prime/events.h"
 #include "prime/random_below.h"
-#include "prime/shortcuts.h"
 
 #include <array>
 
@@ -164,7 +163,7 @@ int millerRabin(const BIGNUM* w, int checks, BN_CTX* context, GenCallback* callb
         ++a;
     if (!BN_rshift(t.m(), t.w1(), a))
         return 0;
-    if (shortcutsEnabled && BN_num_bits(w) == constantTimeBits)
+    if (BN_num_bits(w) == constantTimeBits)
         BN_set_flags(t.m(), BN_FLG_CONSTTIME);
     const Montgomery montgomery(BN_MONT_CTX_new());
     if (!montgomery || !BN_MONT_CTX_set(montgomery.get(), w, context))

@@ -68,7 +68,7 @@ int generatePrime(BIGNUM* candidate, int /*ignoredBits*/, int mode,
     if (!half)
         return 0;
 
-    SearchSieve sieve = makeSearchSieve(bits, mode);
+    SearchSieve sieve = makeSearchSieve(bits, planSieve(bits, mode));
     for (int counter = 0;; ++counter) {
         if (!nextSievedCandidate(sieve, candidate, mode, residues.get(), context))
             return 0;

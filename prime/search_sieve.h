@@ -1,13 +1,18 @@
-// The sieve of a whole search: what nextCandidate would yield, found window by
-// window, and which of it a deeper sieve knows to be composite.
+// The sieve of a whole search: what nextCandidate would yield, found segment by
+// segment, and which of it a deeper sieve knows to be composite.
 //
-// The start's residues modulo each prime are taken once. A window is a stretch of
-// the number line above it; numbers with a small factor are crossed off at its
-// beginning, those with a larger one in slices between candidates, so that no
-// event waits for more than about one exponentiation.
+// Small primes, which decide what is a candidate, are crossed off in one short segment
+// after another. Each larger prime is crossed off once, in a segment as long as most
+// searches, and then forgotten: in slices between candidates, so that no event waits
+// for more than about one exponentiation. After the long segment the sieve starts over.
+// C. Bays and R. H. Hudson, The segmented sieve of Eratosthenes and primes in
+// arithmetic progressions to 10^12, BIT 17 (1977).
 #pragma once
 
 #include "prime/secret_array.h"
+#include "prime/segment.h"
+#include "prime/sieve_plan.h"
+#include "prime/sieve_primes.h"
 #include "prime/word_residues.h"
 
 #include <cstddef>
@@ -15,48 +20,37 @@
 #include <openssl/bn.h>
 
 struct SearchSieve {
-    // Of the search. Numbers are told by their index: how many steps they lie above
-    // the start.
     int bits = 0;
-    bool safe = false;
-    bool halves = false; // factors of (p-1)/2 count too
-    std::uint32_t step = 2;
-    std::size_t smallCount = 0;     // primes that decide what is a candidate
-    std::size_t primeCount = 0;     // primes to sieve with, these included
-    std::uint32_t windowLength = 0; // 0: never a window
-    std::size_t sliceLength = 0;    // fresh primes in a slice
-    SecretNumber start;             // null: no window stands
+    SievePlan plan;
+    SecretNumber start; // null: the sieve is idle and knows nothing
+
+    // While there is a start: start + index * step is the candidate yielded last, it
+    // lies in both segments and `rejected` has it left.
+    std::uint32_t index = 0;
+    Segment rejected;  // what has a small factor; moves up with the candidates
+    Segment composite; // what has a larger one; begins at the start
+    // The primes that `composite` has crossed off are those before this one.
+    PrimeCursor larger;
+
+    // smallNext[i]: the first index after `rejected` of a number that the i-th small
+    // prime divides. Together they give the start by the Chinese remainder theorem.
+    SecretArray<std::uint32_t> smallNext;
+    SecretArray<std::uint32_t> indices; // those of the larger primes at hand
     ResidueScratch scratch;
-
-    // nextIndex[i]: an index of a number that the i-th prime divides; once the
-    // prime has been crossed off in a window, the first one behind that window.
-    // Together they give the start by the Chinese remainder theorem.
-    SecretArray<std::uint32_t> nextIndex;
-    std::size_t known = 0; // primes whose nextIndex is known
-
-    // Of the window, a bit a number. They too tell residues of the start.
-    SecretArray<std::uint64_t> rejected;  // has a small factor
-    SecretArray<std::uint64_t> composite; // has a larger one
-    std::uint32_t windowStart = 0;        // index of its first number
-    std::size_t crossed = 0;              // primes crossed off in it
-    std::size_t block = 0;                // that the next prime stands in
-    std::size_t blockFirst = 0;           // primes before that block
-    std::uint32_t position = 0;           // of the candidate in the window
 };
 
-// The sieve of a search of this size and mode. It counts factors of (p-1)/2 too
-// when eventsUnwatched allows. Idle, so that it knows of no factor, without
-// modeFromBase, without shortcutsEnabled, where it does not pay, and when memory is
-// short.
-SearchSieve makeSearchSieve(int bits, int mode);
+// The sieve of a search of this size by this plan. Idle for good when the plan has no
+// reach or memory is short.
+SearchSieve makeSearchSieve(int bits, const SievePlan& plan);
 
 // Does what nextCandidate does with modeFromBase: the same candidates in the
-// same order, the same result. `residues` and `context` as there.
+// same order, the same result. `mode` is the plan's, `residues` and `context` as there.
 int nextSievedCandidate(SearchSieve& sieve, BIGNUM* candidate, int mode,
                         std::uint16_t* residues, BN_CTX* context);
 
-// Crosses off one more slice of primes in the window. Nothing when all are, or when
-// a library call fails: the sieve then knows less. `context` lends temporaries.
+// Crosses off one more slice of the larger primes. Nothing when all are, or when a
+// library call fails or memory is short: the sieve then knows less. `context` lends
+// temporaries.
 void sieveSlice(SearchSieve& sieve, BN_CTX* context);
 
 // Whether the sieve knows a factor of the candidate yielded last, or, with

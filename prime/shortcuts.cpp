@@ -1,4 +1,3 @@
 #include "prime/shortcuts.h"
 
 bool eventsUnwatched = false;
-bool shortcutsEnabled = true;

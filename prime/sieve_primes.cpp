@@ -66,3 +66,22 @@ std::span<const std::uint32_t> sievePrimes(std::size_t block)
     std::call_once(wanted.made, findPrimes, std::ref(wanted), block);
     return {wanted.primes.get(), wanted.count};
 }
+
+std::span<const std::uint32_t> takePrimes(PrimeCursor& cursor, std::size_t count)
+{
+    assert(cursor.block < sieveBlockLimit);
+    auto primes = sievePrimes(cursor.block);
+    if (!primes.empty() && cursor.inBlock == primes.size()) {
+        if (cursor.block + 1 == sieveBlockLimit)
+            return {};
+        primes = sievePrimes(++cursor.block);
+        cursor.inBlock = 0;
+    }
+    if (primes.empty())
+        return {};
+    primes = primes.subspan(cursor.inBlock);
+    primes = primes.first(std::min(count, primes.size()));
+    cursor.inBlock += primes.size();
+    cursor.passed += primes.size();
+    return primes;
+}

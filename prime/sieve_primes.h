@@ -15,3 +15,15 @@ inline constexpr std::size_t sieveBlockLimit = 3072;
 // kept for the process: any thread, others that want the block wait meanwhile.
 // Empty, for good, when memory was short at that call; no block is empty otherwise.
 std::span<const std::uint32_t> sievePrimes(std::size_t block);
+
+// A place among the sieve's primes, between two of them.
+struct PrimeCursor {
+    std::size_t block = 0;
+    std::size_t inBlock = 0; // primes of the block before it
+    std::size_t passed = 0;  // primes of all blocks before it
+};
+
+// The primes after `cursor`, at most `count`, all of one block; moves the cursor past
+// them. Empty when the block has none, since memory was short, or when the blocks
+// end: then for good.
+std::span<const std::uint32_t> takePrimes(PrimeCursor& cursor, std::size_t count);

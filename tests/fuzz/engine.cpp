@@ -1,12 +1,12 @@
 // Any search of up to 48 bits, and of the sizes from which there are shortcuts, held
 // against GMP: what is found, what is shown, and where a refused event ends it; the
-// same with the shortcuts and without.
+// same in the search and in the plain one.
 #include "prime/prime_generation.h"
 
 #include "prime/events.h"
-#include "prime/shortcuts.h"
 #include "tests/fakes/random_bytes.h"
 #include "tests/fuzz/require.h"
+#include "tests/plain/plain_prime_generation.h"
 #include "tests/prime/engine.h"
 #include "tests/support/event_trace.h"
 #include "tests/support/gmp_oracle.h"
@@ -74,10 +74,9 @@ void useRepeatableBytes()
     };
 }
 
-Outcome run(const Search& search, bool shortcuts)
+Outcome run(const Search& search, decltype(generatePrime)& generate)
 {
     useRepeatableBytes();
-    shortcutsEnabled = shortcuts;
     const SearchSize size(search.bits);
     EventTrace trace;
     trace.refuses = [&](const Event&) {
@@ -86,8 +85,8 @@ Outcome run(const Search& search, bool shortcuts)
     };
     const BigNumber candidate(BN_dup(search.base.get()));
     const Context context = newContext();
-    const int result = generatePrime(candidate.get(), 0, search.mode, nullptr, nullptr,
-                                     trace.callback(), context.get());
+    const int result = generate(candidate.get(), 0, search.mode, nullptr, nullptr,
+                                trace.callback(), context.get());
     return {result, toHex(candidate.get()), trace.events};
 }
 
@@ -113,8 +112,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size < headSize)
         return 0;
     const Search search = searchOf(data, size);
-    const Outcome outcome = run(search, true);
-    REQUIRE(outcome == run(search, false));
+    const Outcome outcome = run(search, generatePrime);
+    REQUIRE(outcome == run(search, plainGeneratePrime));
     requireQuickEnd(search, outcome);
 
     const bool safe = (search.mode & modeSafe) != 0;

@@ -19,7 +19,6 @@ class SieveOfASearch : public testing::Test
 protected:
     ~SieveOfASearch() override
     {
-        shortcutsEnabled = true;
         eventsUnwatched = false;
     }
 
@@ -31,9 +30,21 @@ protected:
 
     void crossOffAll(SearchSieve& sieve)
     {
-        for (std::size_t before = 0; before != sieve.crossed;) {
-            before = sieve.crossed;
+        for (std::size_t before = 0; before != sieve.larger.passed;) {
+            before = sieve.larger.passed;
             sieveSlice(sieve, context.get());
+        }
+    }
+
+    // Takes so many candidates from both sieves.
+    void compareWithThePlainSieve(SearchSieve& sieve, int mode, int count)
+    {
+        const BigNumber plain(BN_dup(candidate.get()));
+        for (int i = 0; i < count; ++i) {
+            ASSERT_EQ(1, next(sieve, mode));
+            ASSERT_EQ(1, nextCandidate(plain.get(), bits, mode, residues.data(),
+                                       context.get()));
+            ASSERT_EQ(toHex(plain.get()), toHex(candidate.get())) << i;
         }
     }
 
@@ -49,31 +60,38 @@ protected:
             }
     }
 
-    // Holds what the sieve knows against trial division, through several windows,
-    // each crossed off whole at its beginning.
+    // Checks what the sieve knows against trial division, through several segments.
+    // The larger primes are crossed off at the start of each reach.
     void checkFactors(int mode)
     {
-        SearchSieve sieve = makeSearchSieve(bits, mode);
+        SievePlan plan = planSieve(bits, mode);
+        plan.segmentLength = 256;
+        plan.reach = 2048;
+        SearchSieve sieve = makeSearchSieve(bits, plan);
         const BigNumber half(BN_new());
-        std::uint32_t windowsSeen = 0;
+        int segments = 0;
+        int startsOver = 0;
         int known = 0;
-        for (int i = 0; i < 350; ++i) {
+        for (int i = 0; i < 700; ++i) {
+            const std::uint32_t segment = sieve.rejected.first;
             ASSERT_EQ(1, next(sieve, mode));
             ASSERT_TRUE(sieve.start);
-            windowsSeen = sieve.windowStart / sieve.windowLength;
+            segments += sieve.rejected.first != segment ? 1 : 0;
+            startsOver += sieve.rejected.first < segment ? 1 : 0;
             crossOffAll(sieve);
-            ASSERT_EQ(sieve.primeCount, sieve.crossed);
-            bool expected = hasFactor(candidate.get(), sieve.primeCount);
-            if (sieve.halves && !expected) {
+            ASSERT_EQ(plan.primeCount, sieve.larger.passed);
+            bool expected = hasFactor(candidate.get(), plan.primeCount);
+            if (plan.halves && !expected) {
                 BN_rshift1(half.get(), candidate.get());
-                expected = hasFactor(half.get(), sieve.primeCount);
+                expected = hasFactor(half.get(), plan.primeCount);
             }
             ASSERT_EQ(expected, knowsFactor(sieve)) << toHex(candidate.get());
             known += expected ? 1 : 0;
         }
-        EXPECT_GE(windowsSeen, 1U);
-        EXPECT_GT(known, 50);
-        EXPECT_LT(known, 340);
+        EXPECT_GT(segments, 5);
+        EXPECT_GT(startsOver, 0);
+        EXPECT_GT(known, 100);
+        EXPECT_LT(known, 690);
     }
 
     Context context = newContext();
@@ -84,16 +102,14 @@ protected:
 TEST_F(SieveOfASearch, YieldsTheCandidatesOfThePlainSieve)
 {
     for (const int mode : {modeFromBase, modeFromBase | modeSafe}) {
-        SearchSieve sieve = makeSearchSieve(bits, mode);
-        const BigNumber plain(BN_dup(candidate.get()));
-        for (int i = 0; i < 700; ++i) {
-            ASSERT_EQ(1, next(sieve, mode));
-            ASSERT_EQ(1, nextCandidate(plain.get(), bits, mode, residues.data(),
-                                       context.get()));
-            ASSERT_EQ(toHex(plain.get()), toHex(candidate.get())) << i;
-        }
-        // Several windows were needed for it, and the plain sieve for none.
-        EXPECT_GT(sieve.windowStart, 2 * sieve.windowLength);
+        SievePlan plan = planSieve(bits, mode);
+        plan.segmentLength = 128;
+        SearchSieve sieve = makeSearchSieve(bits, plan);
+        compareWithThePlainSieve(sieve, mode, 700);
+        if (HasFatalFailure())
+            return;
+        // Several segments were needed for it, and the plain sieve for none.
+        EXPECT_GT(sieve.rejected.first, 0U);
     }
 }
 
@@ -113,94 +129,69 @@ TEST_F(SieveOfASearch, KnowsTheFactorsOfTheHalvesTooWhenNobodySeesTheEvents)
     checkFactors(modeFromBase | modeSafe);
 }
 
-TEST_F(SieveOfASearch, LearnsNoMoreThanASlice)
+TEST_F(SieveOfASearch, CrossesOffNoMoreThanASlice)
 {
     const int mode = modeFromBase | modeSafe;
-    SearchSieve sieve = makeSearchSieve(bits, mode);
+    const SievePlan plan = planSieve(bits, mode);
+    SearchSieve sieve = makeSearchSieve(bits, plan);
     ASSERT_EQ(1, next(sieve, mode));
-    EXPECT_EQ(sieve.smallCount, sieve.known);
+    EXPECT_EQ(plan.smallCount, sieve.larger.passed);
     sieveSlice(sieve, context.get());
-    EXPECT_EQ(sieve.smallCount + sieve.sliceLength, sieve.known);
+    EXPECT_EQ(plan.smallCount + plan.sliceLength, sieve.larger.passed);
 }
 
-TEST_F(SieveOfASearch, FindsWhatItLearnedAgainInTheNextWindow)
-{
-    const int mode = modeFromBase | modeSafe;
-    SearchSieve sieve = makeSearchSieve(bits, mode);
-    while (sieve.windowStart == 0) {
-        ASSERT_EQ(1, next(sieve, mode));
-        if (sieve.windowStart == 0)
-            crossOffAll(sieve);
-    }
-    EXPECT_EQ(sieve.primeCount, sieve.known);
-    EXPECT_EQ(sieve.smallCount, sieve.crossed);
-    sieveSlice(sieve, context.get());
-    EXPECT_GT(sieve.crossed, sieve.smallCount + sieve.sliceLength);
-}
-
-// Windows that end before their slices do: what was learned in one stands beside
-// what is fresh in the next.
 TEST_F(SieveOfASearch, KnowsTheFactorsOfTheSlicesThatItHadTimeFor)
 {
     const int mode = modeFromBase | modeSafe;
-    SearchSieve sieve = makeSearchSieve(bits, mode);
-    for (int i = 0; i < 900; ++i) {
+    SearchSieve sieve = makeSearchSieve(bits, planSieve(bits, mode));
+    int known = 0;
+    for (int i = 0; i < 400; ++i) {
         ASSERT_EQ(1, next(sieve, mode));
         if (i % 13 == 0)
             sieveSlice(sieve, context.get());
-        ASSERT_EQ(hasFactor(candidate.get(), std::max(sieve.crossed, sieve.smallCount)),
-                  knowsFactor(sieve))
-            << i;
+        const bool expected = hasFactor(candidate.get(), sieve.larger.passed);
+        ASSERT_EQ(expected, knowsFactor(sieve)) << i;
+        known += expected ? 1 : 0;
     }
-    EXPECT_GT(sieve.windowStart, 5 * sieve.windowLength);
-    EXPECT_GT(sieve.known, sieve.smallCount + 10 * sieve.sliceLength);
+    EXPECT_GT(known, 20);
+    EXPECT_LT(sieve.larger.passed, sieve.plan.primeCount);
 }
 
-TEST_F(SieveOfASearch, GoesOnAtTheBottomBehindTheTop)
+TEST_F(SieveOfASearch, WrapsAroundAfterTheTopOfTheSize)
 {
     for (const int mode : {modeFromBase, modeFromBase | modeSafe})
         for (const long below : {1L, 900L, 9000L, 30000L}) {
             candidate = fromHex(oracle::powerOfTwo(bits, -below));
-            const BigNumber plain(BN_dup(candidate.get()));
-            SearchSieve sieve = makeSearchSieve(bits, mode);
-            for (int i = 0; i < 3500; ++i) {
-                ASSERT_EQ(1, next(sieve, mode));
-                ASSERT_EQ(1, nextCandidate(plain.get(), bits, mode, residues.data(),
-                                           context.get()));
-                ASSERT_EQ(0, BN_cmp(plain.get(), candidate.get())) << below << ", " << i;
-            }
+            SearchSieve sieve = makeSearchSieve(bits, planSieve(bits, mode));
+            compareWithThePlainSieve(sieve, mode, 3500);
+            ASSERT_FALSE(HasFatalFailure()) << below;
             EXPECT_FALSE(BN_is_bit_set(candidate.get(), bits - 2)) << below;
         }
 }
 
-// A place that no search reaches, just before indices would outgrow their words.
-TEST_F(SieveOfASearch, StartsOverWhereIndicesEnd)
+TEST_F(SieveOfASearch, StartsOverWhereItsReachEnds)
 {
-    const int mode = modeFromBase | modeSafe;
-    SearchSieve sieve = makeSearchSieve(bits, mode);
-    ASSERT_EQ(1, next(sieve, mode));
-    const std::uint32_t place = (std::uint32_t{1} << 30) - 3 * sieve.windowLength;
-    sieve.windowStart = place;
-    sieve.position = sieve.windowLength - 1;
-    sieve.known = 0;
-    candidate.reset(BN_dup(sieve.start.get()));
-    BN_add_word(candidate.get(), (std::uint64_t{place} + sieve.position) * sieve.step);
-
-    const BigNumber plain(BN_dup(candidate.get()));
-    for (int i = 0; i < 500; ++i) {
-        ASSERT_EQ(1, next(sieve, mode));
-        ASSERT_EQ(1,
-                  nextCandidate(plain.get(), bits, mode, residues.data(), context.get()));
-        ASSERT_EQ(toHex(plain.get()), toHex(candidate.get())) << i;
-        ASSERT_LE(sieve.windowStart, place + 2 * sieve.windowLength);
+    for (const int mode : {modeFromBase, modeFromBase | modeSafe}) {
+        SievePlan plan = planSieve(bits, mode);
+        plan.segmentLength = 64;
+        plan.reach = 192;
+        SearchSieve sieve = makeSearchSieve(bits, plan);
+        int startsOver = 0;
+        const BigNumber start(BN_new());
+        for (int i = 0; i < 100; ++i) {
+            compareWithThePlainSieve(sieve, mode, 3);
+            ASSERT_FALSE(HasFatalFailure()) << i;
+            ASSERT_LT(sieve.index, plan.reach);
+            startsOver += BN_cmp(start.get(), sieve.start.get()) != 0 ? 1 : 0;
+            BN_copy(start.get(), sieve.start.get());
+        }
+        EXPECT_GT(startsOver, 5);
     }
-    EXPECT_LT(sieve.windowStart, place);
 }
 
 struct Idle {
     int bits;
     int mode;
-    bool enabled;
 };
 
 class IdleSieve : public SieveOfASearch, public testing::WithParamInterface<Idle>
@@ -209,8 +200,8 @@ class IdleSieve : public SieveOfASearch, public testing::WithParamInterface<Idle
 
 TEST_P(IdleSieve, KnowsNothing)
 {
-    shortcutsEnabled = GetParam().enabled;
-    SearchSieve sieve = makeSearchSieve(GetParam().bits, GetParam().mode);
+    SearchSieve sieve =
+        makeSearchSieve(GetParam().bits, planSieve(GetParam().bits, GetParam().mode));
     candidate = fromHex(oracle::randomNumber(GetParam().bits, 6));
     for (int i = 0; i < 20; ++i) {
         ASSERT_EQ(1, next(sieve, GetParam().mode));
@@ -221,28 +212,8 @@ TEST_P(IdleSieve, KnowsNothing)
 }
 
 INSTANTIATE_TEST_SUITE_P(Reasons, IdleSieve,
-                         testing::Values(Idle{248, modeFromBase, true},
-                                         Idle{248, modeFromBase | modeSafe, true},
-                                         Idle{256, 0, true}, Idle{256, modeSafe, true},
-                                         Idle{256, modeFromBase, false}));
-
-// Every size has a plan that the primes suffice for, and no worker takes more than
-// 64 MiB: the table of primes, which all share, counts once.
-TEST(SievePlans, KeepWithinTheMemoryOfAWorker)
-{
-    std::size_t primes = 0;
-    for (std::size_t block = 0; block < sieveBlockLimit; ++block)
-        primes += sievePrimes(block).size();
-    for (int size = 256; size <= 16384; size += 128)
-        for (const int mode : {modeFromBase, modeFromBase | modeSafe}) {
-            const SearchSieve sieve = makeSearchSieve(size, mode);
-            EXPECT_GT(sieve.primeCount, sieve.smallCount) << size;
-            EXPECT_LT(sieve.primeCount, primes) << size;
-            EXPECT_EQ(0U, sieve.windowLength % 64) << size;
-            const std::size_t bytes =
-                2 * sieve.primeCount * sizeof(std::uint32_t) + sieve.windowLength / 4;
-            EXPECT_LT(bytes, std::size_t{48} << 20) << size;
-        }
-}
+                         testing::Values(Idle{248, modeFromBase},
+                                         Idle{248, modeFromBase | modeSafe}, Idle{256, 0},
+                                         Idle{256, modeSafe}));
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "prime/prime_generation.h"
 #include "prime/sieve_primes.h"
 #include "tests/fakes/clock.h"
+#include "tests/plain/plain_prime_generation.h"
 #include "tests/prime/engine.h"
 #include "tests/prime/related_primes.h"
 #include "tests/support/event_trace.h"
@@ -52,22 +53,24 @@ struct Outcome {
     friend bool operator==(const Outcome&, const Outcome&) = default;
 };
 
-Outcome search(const std::string& base, int mode = modeFromBase)
+Outcome searchWith(decltype(generatePrime)& generate, const std::string& base, int mode)
 {
     EventTrace trace;
     const BigNumber candidate = fromHex(base);
     const Context context = newContext();
-    const int result = generatePrime(candidate.get(), 0, mode, nullptr, nullptr,
-                                     trace.callback(), context.get());
+    const int result = generate(candidate.get(), 0, mode, nullptr, nullptr,
+                                trace.callback(), context.get());
     return {result, toHex(candidate.get()), trace.events};
+}
+
+Outcome search(const std::string& base, int mode = modeFromBase)
+{
+    return searchWith(generatePrime, base, mode);
 }
 
 Outcome searchPlainly(const std::string& base, int mode = modeFromBase)
 {
-    shortcutsEnabled = false;
-    Outcome outcome = search(base, mode);
-    shortcutsEnabled = true;
-    return outcome;
+    return searchWith(plainGeneratePrime, base, mode);
 }
 
 class ClocksThatStandStill : public testing::Test

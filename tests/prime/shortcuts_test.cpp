@@ -5,6 +5,7 @@
 
 #include "prime/prime_generation.h"
 #include "tests/fakes/random_bytes.h"
+#include "tests/plain/plain_prime_generation.h"
 #include "tests/prime/engine.h"
 #include "tests/support/event_trace.h"
 #include "tests/support/gmp_oracle.h"
@@ -49,7 +50,8 @@ struct Outcome {
     friend bool operator==(const Outcome&, const Outcome&) = default;
 };
 
-Outcome run(const Search& search)
+// `generate` is generatePrime or plainGeneratePrime.
+Outcome run(const Search& search, decltype(generatePrime)& generate)
 {
     fakeRandomBytes = [generator = std::mt19937(search.seed)](
                           std::uint8_t* buffer, std::int32_t count) mutable {
@@ -67,8 +69,8 @@ Outcome run(const Search& search)
     };
     const BigNumber candidate = fromHex(search.base);
     const Context context = newContext();
-    const int result = generatePrime(candidate.get(), 0, search.mode, nullptr, nullptr,
-                                     trace.callback(), context.get());
+    const int result = generate(candidate.get(), 0, search.mode, nullptr, nullptr,
+                                trace.callback(), context.get());
     return {result, toHex(candidate.get()), trace.events};
 }
 
@@ -84,23 +86,16 @@ class Shortcuts : public testing::TestWithParam<Row>
 protected:
     void TearDown() override
     {
-        shortcutsEnabled = true;
         eventsUnwatched = false;
-    }
-
-    static Outcome runPlainly(const Search& search)
-    {
-        shortcutsEnabled = false;
-        eventsUnwatched = false;
-        return run(search);
     }
 
     static void compare(const Search& search)
     {
-        const Outcome plain = runPlainly(search);
-        shortcutsEnabled = true;
-        ASSERT_EQ(plain, run(search)) << "watched, from " << search.base << ", mode "
-                                      << search.mode << ", stop at " << search.stopAt;
+        eventsUnwatched = false;
+        const Outcome plain = run(search, plainGeneratePrime);
+        ASSERT_EQ(plain, run(search, generatePrime))
+            << "watched, from " << search.base << ", mode " << search.mode << ", stop at "
+            << search.stopAt;
         if (search.stopAt < 0)
             compareUnwatched(search, plain);
     }
@@ -108,7 +103,7 @@ protected:
     static void compareUnwatched(const Search& search, const Outcome& plain)
     {
         eventsUnwatched = true;
-        const Outcome unwatched = run(search);
+        const Outcome unwatched = run(search, generatePrime);
         ASSERT_EQ(plain.result, unwatched.result);
         ASSERT_EQ(plain.candidate, unwatched.candidate) << "unwatched, " << search.base;
         ASSERT_EQ(seen(plain.events), seen(unwatched.events));
@@ -178,19 +173,19 @@ INSTANTIATE_TEST_SUITE_P(Sizes, ShortcutsOfLargeSizes,
                                          Row{4096, 10, 20}, Row{6144, 5, 8},
                                          Row{8192, 4, 5}));
 
-// No window reaches past the top of the size: the search goes on at the bottom.
-TEST(ShortcutsAtTheTop, GoOnAtTheBottomLikeThePlainPath)
+// No segment reaches past the top of the size: the search wraps around to the bottom.
+TEST(ShortcutsAtTheTop, WrapAroundLikeThePlainPath)
 {
     const SearchSize size(256);
     for (long below = 1; below < 40000; below += 1777) {
         for (const int mode : {modeFromBase, modeFromBase | modeSafe}) {
             const Search search{oracle::powerOfTwo(256, -below), mode, -1, -1, 7};
-            shortcutsEnabled = false;
-            const Outcome plain = run(search);
-            shortcutsEnabled = true;
-            EXPECT_EQ(plain, run(search)) << below << " below the top, mode " << mode;
+            const Outcome plain = run(search, plainGeneratePrime);
+            EXPECT_EQ(plain, run(search, generatePrime))
+                << below << " below the top, mode " << mode;
             eventsUnwatched = true;
-            EXPECT_EQ(seen(plain.events), seen(run(search).events)) << below;
+            EXPECT_EQ(seen(plain.events), seen(run(search, generatePrime).events))
+                << below;
             eventsUnwatched = false;
         }
     }

@@ -47,6 +47,32 @@ TEST(SievePrimes, AreAsManyAsThePrimesBelowThem)
     EXPECT_EQ(1077870U, count);
 }
 
+TEST(SievePrimes, AreTakenInOrderAcrossBlocks)
+{
+    PrimeCursor cursor;
+    std::uint32_t last = 2;
+    for (std::size_t count = 1; cursor.block < 3; ++count) {
+        const std::size_t before = cursor.passed;
+        const auto primes = takePrimes(cursor, count);
+        ASSERT_FALSE(primes.empty());
+        ASSERT_LE(primes.size(), count);
+        ASSERT_EQ(before + primes.size(), cursor.passed);
+        for (const std::uint32_t prime : primes) {
+            ASSERT_EQ(oracle::primeAbove(last), prime);
+            last = prime;
+        }
+    }
+}
+
+TEST(SievePrimes, EndWithTheLastBlock)
+{
+    PrimeCursor cursor{sieveBlockLimit - 1, 0, 0};
+    while (!takePrimes(cursor, 1000).empty())
+        continue;
+    EXPECT_EQ(sievePrimes(sieveBlockLimit - 1).size(), cursor.passed);
+    EXPECT_TRUE(takePrimes(cursor, 1).empty());
+}
+
 TEST(SievePrimes, AreTheSameAtEachCall)
 {
     EXPECT_EQ(sievePrimes(7).data(), sievePrimes(7).data());
