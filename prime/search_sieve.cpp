@@ -9,9 +9,6 @@
 namespace
 {
 
-// Larger primes whose indices are computed at once.
-constexpr std::size_t mostAtOnce = 1024;
-
 std::uint32_t halveModulo(std::uint32_t value, std::uint32_t prime)
 {
     return (value % 2 == 0 ? value : value + prime) / 2;
@@ -115,7 +112,7 @@ std::size_t crossOffLarger(SearchSieve& sieve, std::size_t count, BN_CTX* contex
 {
     const std::size_t left = sieve.plan.primeCount - sieve.larger.passed;
     PrimeCursor cursor = sieve.larger;
-    const auto primes = takePrimes(cursor, std::min({count, left, mostAtOnce}));
+    const auto primes = takePrimes(cursor, std::min({count, left, largerAtOnce}));
     noteWritten(sieve.indices, primes.size());
     std::uint32_t* indices = sieve.indices.get();
     if (!findIndices(sieve, primes, indices, context))
@@ -143,7 +140,7 @@ SearchSieve makeSearchSieve(int bits, const SievePlan& plan)
     sieve.scratch = {BigNumber(BN_new()), SecretNumber(BN_new())};
     if (!sieve.scratch.product || !sieve.scratch.remainder ||
         !allocateSecret(sieve.smallNext, plan.smallCount) ||
-        !allocateSecret(sieve.indices, mostAtOnce) ||
+        !allocateSecret(sieve.indices, largerAtOnce) ||
         !allocateSegment(sieve.rejected, plan.segmentLength) ||
         !allocateSegment(sieve.composite, plan.reach))
         sieve.plan.reach = 0;

@@ -19,6 +19,9 @@
 #include <cstdint>
 #include <openssl/bn.h>
 
+// The most larger primes whose indices are computed together.
+inline constexpr std::size_t largerAtOnce = 1024;
+
 struct SearchSieve {
     int bits = 0;
     SievePlan plan;
@@ -35,7 +38,7 @@ struct SearchSieve {
     // smallNext[i]: the first index after `rejected` of a number that the i-th small
     // prime divides. Together they give the start by the Chinese remainder theorem.
     SecretArray<std::uint32_t> smallNext;
-    SecretArray<std::uint32_t> indices; // those of the larger primes at hand
+    SecretArray<std::uint32_t> indices; // of the larger primes at hand
     ResidueScratch scratch;
 };
 

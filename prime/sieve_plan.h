@@ -16,6 +16,10 @@ struct SievePlan {
     std::size_t sliceLength = 0;     // larger primes between two candidates
 };
 
+// How many of the sieve's primes a search pays for, where one exponentiation costs as
+// much as crossing off `cost` larger primes.
+std::size_t worthwhilePrimes(int bits, bool safe, bool halves, double cost);
+
 // The plan for a search of `bits` bits, 2 or more, in this mode (modeSafe,
 // modeFromBase). It counts factors of (p-1)/2 too when eventsUnwatched allows. Its
 // reach is 0 without modeFromBase and where no sieve pays.

@@ -8,7 +8,7 @@
 // Numbers in a block. Finding its primes takes some 40 microseconds, so that no
 // search waits for them; all small primes lie in the first.
 inline constexpr std::uint32_t sieveBlockSpan = std::uint32_t{1} << 15;
-inline constexpr std::size_t sieveBlockLimit = 3072;
+inline constexpr std::size_t sieveBlockLimit = 8192;
 
 // The odd primes from block * sieveBlockSpan up to the next block, in increasing
 // order; block below sieveBlockLimit. Found at the first call for that block and

@@ -173,11 +173,12 @@ void sieveOnce(const SieveCase& expected, const Fault& fault)
     int known = 0;
     {
         armFault(fault);
-        SearchSieve sieve = makeSearchSieve(sieveBits, mode);
-        tally.expect((sieve.windowLength == 0) == faultReport->struck, "idle");
-        expectWiped(sieve.nextIndex.get());
-        expectWiped(sieve.rejected.get());
-        expectWiped(sieve.composite.get());
+        SearchSieve sieve = makeSearchSieve(sieveBits, planSieve(sieveBits, mode));
+        tally.expect((sieve.plan.reach == 0) == faultReport->struck, "idle");
+        expectWiped(sieve.smallNext.get());
+        expectWiped(sieve.indices.get());
+        expectWiped(sieve.rejected.crossed.get());
+        expectWiped(sieve.composite.crossed.get());
         while (yielded < sieveSteps &&
                nextSievedCandidate(sieve, candidate.get(), mode, residues.data(),
                                    context.get()) == 1) {
@@ -296,7 +297,7 @@ bool isNoticed(BigNumber number)
     return takeMemoryErrors().secretFrees == 1;
 }
 
-// Whether the watch sees each array of a sieve, and the table half way on.
+// Whether the watch sees the tables of a sieve that stand in the primes' order.
 void checkWatchForResidues(int bits, bool safe)
 {
     tally.where = "memory watch, sieve of " + std::to_string(bits) + " bits";
@@ -304,24 +305,21 @@ void checkWatchForResidues(int bits, bool safe)
     const Context context(BN_CTX_new());
     const BigNumber candidate = fromHex(oracle::randomNumber(bits, 1));
     std::array<std::uint16_t, smallPrimeCount> residues{};
-    SearchSieve sieve = makeSearchSieve(bits, mode);
+    SearchSieve sieve = makeSearchSieve(bits, planSieve(bits, mode));
     forgetSecrets();
     nextSievedCandidate(sieve, candidate.get(), mode, residues.data(), context.get());
     addStart(sieve.start.get());
     sieveSlice(sieve, context.get());
 
-    const std::size_t bitmap = sieve.windowLength / 8;
-    std::vector<std::uint32_t> table(sieve.known);
+    std::vector<std::uint32_t> table(sieve.plan.smallCount);
     const std::size_t size = table.size() * sizeof table[0];
-    std::copy_n(sieve.nextIndex.get(), table.size(), table.begin());
+    std::copy_n(sieve.smallNext.get(), table.size(), table.begin());
     tally.expect(isNoticed(table.data(), size), "places");
-    std::fill_n(table.begin(), sieve.smallCount, 0U);
-    tally.expect(isNoticed(table.data(), size), "places of the first slice");
     for (std::uint32_t& place : table)
         place = 1000003;
     tally.expect(!isNoticed(table.data(), size), "places that tell nothing");
-    tally.expect(isNoticed(sieve.rejected.get(), bitmap), "rejected");
-    tally.expect(isNoticed(sieve.composite.get(), bitmap), "composite");
+    for (const Segment* segment : {&sieve.rejected, &sieve.composite})
+        tally.expect(isNoticed(segment->crossed.get(), segment->length / 8), "segment");
 
     std::size_t i = 0;
     for (std::uint32_t& residue : table) {

@@ -99,17 +99,21 @@ struct Scenario {
     int bits;
     bool safe;
     bool fromBase;
-    bool shortcuts;
-    bool unwatched;
+    bool unwatched = false;
     int refuseAt = 0;
 };
+
+// Whether the search has a sieve, which only knows less after a failure.
+bool hasSieve(const Scenario& scenario)
+{
+    return scenario.fromBase && scenario.bits >= 256;
+}
 
 std::string inWords(const Scenario& scenario)
 {
     std::string words = std::to_string(scenario.bits) + " bits";
     words += scenario.safe ? ", safe" : ", plain";
     words += scenario.fromBase ? ", from the base" : ", from anywhere";
-    words += scenario.shortcuts ? ", shortcuts" : ", no shortcuts";
     if (scenario.unwatched)
         words += ", unwatched";
     if (scenario.refuseAt)
@@ -178,7 +182,7 @@ Effect effectOf(const Scenario& scenario, const Fault& fault)
         return fault.number == 1 ? Effect::endsUntouched : Effect::any;
     if (struckIn("BN_bin2bn") && scenario.fromBase)
         return Effect::rejects;
-    if (!scenario.shortcuts)
+    if (!hasSieve(scenario))
         for (const char* name :
              {"BN_div", "BN_mod_word", "BN_new", "BN_rshift1", "BN_set_bit"})
             if (struckIn(name))
@@ -215,9 +219,8 @@ void checkFound(const Scenario& scenario, const Fault& fault, const Target& targ
                      result == (scenario.fromBase ? target.start : "1"),
                  "candidate written: " + result);
     // A test that fails rejects. Without a sieve a search that goes on failed in one.
-    const bool sieved = scenario.shortcuts && scenario.bits >= 256;
-    const bool inTest =
-        effect == Effect::rejects || (fault.kind == FaultKind::libraryMemory && !sieved);
+    const bool inTest = effect == Effect::rejects ||
+                        (fault.kind == FaultKind::libraryMemory && !hasSieve(scenario));
     tally.expect(!inTest || !scenario.fromBase || found == 0 ||
                      result != recorder.struckAt,
                  "accepted in spite of the fault: " + result);
@@ -270,14 +273,12 @@ void failInSearch(const Scenario& scenario, const Target& target)
 {
     iterations = scenario.bits <= 16 && !scenario.safe ? 64 : 3;
     baseBits = scenario.bits;
-    shortcutsEnabled = scenario.shortcuts;
     eventsUnwatched = scenario.unwatched;
     const Bytes draw = bigEndian(target.start);
     // What is made once for the process is made now.
     searchOnce(scenario, target, draw, {});
     failEachCall(inWords(scenario),
                  [&](const Fault& fault) { searchOnce(scenario, target, draw, fault); });
-    shortcutsEnabled = true;
     eventsUnwatched = false;
 }
 
@@ -286,16 +287,14 @@ void failInSearches(int bits, bool safe)
     const auto seed = static_cast<std::uint32_t>(bits);
     const Target drawn = targetDrawn(bits, safe, seed);
     const Target above = targetAbove(bits, safe, seed);
-    for (const bool shortcuts : {false, true}) {
-        failInSearch({bits, safe, false, shortcuts, false}, drawn);
-        failInSearch({bits, safe, true, shortcuts, false}, above);
-    }
+    failInSearch({bits, safe, false}, drawn);
+    failInSearch({bits, safe, true}, above);
     if (safe)
-        failInSearch({bits, safe, true, true, true}, above);
+        failInSearch({bits, safe, true, true}, above);
     // Stopped at the first candidate, in the first test, later on.
     if (bits == 64 || bits == 264)
         for (const int event : {1, 2, 3, 4})
-            failInSearch({bits, safe, true, true, false, event}, above);
+            failInSearch({bits, safe, true, false, event}, above);
 }
 
 // A worker that searches 64 bits. The first release of its semaphore stops it.

@@ -7,7 +7,7 @@
 #include "tests/prime/engine.h"
 #include "tests/support/gmp_oracle.h"
 
-#include <algorithm>
+#include <cstring>
 #include <gtest/gtest.h>
 
 namespace
@@ -32,27 +32,27 @@ protected:
 
     // Makes a sieve whose arrays hold nothing but zeros: what is not zero when the
     // array is given back was written and not wiped.
-    SearchSieve makeCleanSieve()
+    static SearchSieve makeCleanSieve(const SievePlan& plan)
     {
-        SearchSieve sieve = makeSearchSieve(bits, mode);
-        std::fill_n(sieve.nextIndex.get(), sieve.primeCount, 0U);
-        std::fill_n(sieve.rejected.get(), sieve.windowLength / 64, 0U);
-        std::fill_n(sieve.composite.get(), sieve.windowLength / 64, 0U);
+        SearchSieve sieve = makeSearchSieve(bits, plan);
+        for (int i = 0; i < arrayCount; ++i) {
+            const ArrayWatch array = arrayOf(sieve, i);
+            std::memset(const_cast<void*>(array.block), 0, array.size);
+        }
         return sieve;
     }
 
-    // Looks at the array of this number when the sieve gives it back.
-    static void watchArray(const SearchSieve& sieve, int number)
+    static ArrayWatch arrayOf(const SearchSieve& sieve, int number)
     {
-        const std::size_t bitmap = sieve.windowLength / 8;
         const ArrayWatch arrays[arrayCount] = {
-            {sieve.nextIndex.get(), sieve.primeCount * sizeof(std::uint32_t)},
-            {sieve.rejected.get(), bitmap},
-            {sieve.composite.get(), bitmap}};
-        arrayWatch = arrays[number];
+            {sieve.smallNext.get(), sieve.plan.smallCount * sizeof(std::uint32_t)},
+            {sieve.indices.get(), largerAtOnce * sizeof(std::uint32_t)},
+            {sieve.rejected.crossed.get(), sieve.rejected.length / 8},
+            {sieve.composite.crossed.get(), sieve.composite.length / 8}};
+        return arrays[number];
     }
 
-    // Crosses off so many slices, through windows and at the top of the size.
+    // Crosses off so many slices, through segments and starts.
     void sieveFor(SearchSieve& sieve, int candidates)
     {
         for (int i = 0; i < candidates; ++i) {
@@ -61,7 +61,8 @@ protected:
         }
     }
 
-    static constexpr int arrayCount = 3;
+    static constexpr int arrayCount = 4;
+    const SievePlan plan = planSieve(bits, mode);
 
     Context context = newContext();
     BigNumber candidate = fromHex(oracle::randomNumber(bits, 8));
@@ -71,9 +72,9 @@ protected:
 TEST_F(SieveWithoutMemory, IsIdleWithoutItsArrays)
 {
     arrayAllocationFails = true;
-    SearchSieve sieve = makeSearchSieve(bits, mode);
+    SearchSieve sieve = makeSearchSieve(bits, plan);
     arrayAllocationFails = false;
-    EXPECT_EQ(0U, sieve.windowLength);
+    EXPECT_EQ(0U, sieve.plan.reach);
     ASSERT_EQ(1, next(sieve));
     sieveSlice(sieve, context.get());
     EXPECT_FALSE(sieve.start);
@@ -90,59 +91,30 @@ TEST_F(SieveWithoutMemory, KnowsNoPrimeAfterABlockThatIsMissing)
     EXPECT_TRUE(sievePrimes(1).empty());
     EXPECT_FALSE(sievePrimes(2).empty());
 
-    SearchSieve sieve = makeSearchSieve(bits, mode);
+    SearchSieve sieve = makeSearchSieve(bits, plan);
     ASSERT_EQ(1, next(sieve));
     for (int i = 0; i < 100; ++i)
         sieveSlice(sieve, context.get());
-    EXPECT_EQ(sievePrimes(0).size(), sieve.crossed);
-    EXPECT_LT(sieve.crossed, sieve.primeCount);
+    EXPECT_EQ(sievePrimes(0).size(), sieve.larger.passed);
+    EXPECT_LT(sieve.larger.passed, plan.primeCount);
 }
 
-// From the tables and the prime's size alone the start could be computed.
+// From its arrays and the prime's size alone the start could be computed.
 TEST_F(SieveWithoutMemory, WipesItsArrays)
 {
+    SievePlan shortPlan = plan;
+    shortPlan.segmentLength = 128;
+    shortPlan.reach = 1024;
     for (int array = 0; array < arrayCount; ++array)
         for (const int candidates : {1, 12, 400}) {
             {
-                SearchSieve sieve = makeCleanSieve();
-                watchArray(sieve, array);
+                SearchSieve sieve = makeCleanSieve(shortPlan);
+                arrayWatch = arrayOf(sieve, array);
                 sieveFor(sieve, candidates);
             }
             EXPECT_EQ(1, arrayWatch.releases);
             EXPECT_TRUE(arrayWatch.wiped) << "array " << array << ", " << candidates;
         }
-}
-
-// It starts over at the top of the size: what it knew before is still in the table.
-TEST_F(SieveWithoutMemory, WipesWhatItKnewBeforeItStartedOver)
-{
-    candidate = fromHex(oracle::powerOfTwo(bits, -30000));
-    {
-        SearchSieve sieve = makeCleanSieve();
-        watchArray(sieve, 0);
-        std::size_t most = 0;
-        while (!sieve.start || sieve.known >= most) {
-            ASSERT_EQ(1, next(sieve));
-            if (sieve.start && sieve.known >= most) {
-                sieveSlice(sieve, context.get());
-                most = sieve.known;
-            }
-        }
-        ASSERT_GT(most, 10 * sieve.sliceLength);
-        ASSERT_EQ(sieve.smallCount, sieve.known);
-    }
-    EXPECT_TRUE(arrayWatch.wiped);
-}
-
-// A table of megabytes is hardly touched by most searches.
-TEST_F(SieveWithoutMemory, WipesNoPlacesThatItNeverWrote)
-{
-    SearchSieve sieve = makeSearchSieve(bits, mode);
-    EXPECT_EQ(0U, sieve.nextIndex.get_deleter().written);
-    sieveFor(sieve, 3);
-    EXPECT_EQ(sieve.smallCount + 3 * sieve.sliceLength,
-              sieve.nextIndex.get_deleter().written);
-    EXPECT_LT(sieve.known, sieve.primeCount);
 }
 
 } // namespace

@@ -29,7 +29,7 @@ TEST(SievePrimes, BeginWithAllSmallOnes)
 
 TEST(SievePrimes, StandInTheirBlocks)
 {
-    for (const std::uint32_t block : {1U, 511U, 3071U}) {
+    for (const std::uint32_t block : {1U, 511U, 8191U}) {
         const auto primes = sievePrimes(block);
         ASSERT_FALSE(primes.empty());
         const std::uint32_t start = block * sieveBlockSpan;
