@@ -155,7 +155,7 @@ task_windows() {
     tools/with-wine ctest --preset windows -j "$jobs"
 
     build release
-    tools/with-wine tests/end_to_end/same_results.sh \
+    tools/with-wine tools/same-outputs \
         build/release/norv 'tools/start-in-wine build/windows/norv.exe'
     tools/windows-names
 }
