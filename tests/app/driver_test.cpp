@@ -156,6 +156,10 @@ const BaseLine options[] = {
     {"TheLastOfSeveral", L"norv -base FFFFFFFF -base 0A1B", -1, 16, "A1B"},
     {"AnotherOption", L"norv -base -safe", -1},
     {"TheByteCountsOption", L"norv -base -input 1", -1},
+    {"ATextThatTheByteCountWouldTakeLater", L"norv -input -base 41", -1, 8, "41"},
+    {"WhatTheSemaphoreNameLeft", L"norv -base -stopSemaphoreName x FF", -1, 8, "FF"},
+    {"ABaseWhereAFlagStandsForTheTestText", L"norv -base FF -input 1 -test -noPrompt", -1,
+     8, "FF"},
     {"NothingWhereAnEarlierOptionTookIts", L"norv -threads -base FF", -2},
     {"NothingAtTheEndOfTheLine", L"norv -threads 1 -base", -2},
     {"NothingWithoutIt", L"norv -threads 1", -2},
@@ -174,7 +178,8 @@ const BaseLine options[] = {
     {"NoTestTextWithoutAByteCount", L"norv -base 1234 -test 7", -1, 16, "1234"},
     {"ATestTextThatIsNotADigit", L"norv -input 8 -test x", -1},
     {"AnEmptyTestText", L"norv -input 8 -test \"\"", -1},
-    {"ATestTextOfNegativeLength", L"norv -base 1234 -input -8 -test 7", -1},
+    {"ATestTextOfNegativeLength", L"norv -input -8 -test 7", -1},
+    {"ATestTextOfNegativeLengthBeforeABase", L"norv -base 1234 -input -8 -test 7", -1},
     {"ATestTextWhoseBitsCannotBeCounted", L"norv -input 2147483647 -test 7", -1}};
 
 INSTANTIATE_TEST_SUITE_P(HexText, DriverBase, testing::ValuesIn(hexText),
@@ -198,6 +203,17 @@ TEST_F(Driver, StartsTheWorkersAfterTheStopWatcher)
     EXPECT_EQ(stopWatcherThreadProc, fakeThreads.created[0].procedure);
     for (std::size_t i = 1; i < 4; ++i)
         EXPECT_EQ(workerThreadProc, fakeThreads.created[i].procedure) << i;
+}
+
+TEST_F(Driver, StartsNoWorkerBeforeTheStopWatcherIsReady)
+{
+    std::size_t startedBefore = 0;
+    fakeThreads.pause = [&] {
+        startedBefore = fakeThreads.created.size();
+        stopWatcherReady = 1;
+    };
+    EXPECT_EQ(3, handlesOf(L"norv -base FF -threads 2"));
+    EXPECT_EQ(1U, startedBefore);
 }
 
 TEST_F(Driver, GivesAllThreadsOneRecord)
@@ -340,10 +356,13 @@ const OptionLine optionLines[] = {
     {"SemaphoreName", L"-stopSemaphoreName mine", {.semaphoreName = L"mine"}},
     {"SemaphoreNameWithoutAValue", L"-stopSemaphoreName", {}},
     {"SemaphoreNameWithAnEqualsSignAlone", L"-stopSemaphoreName=", {}},
+    {"SemaphoreNameBeforeTakenThreads", L"-stopSemaphoreName -threads 2", {.handles = 3}},
     {"Safe", L"-Safe", {.safe = 1}},
     {"SafeTakenForAValue", L"-outPrompt -safe", {.progressFile = L"-safe"}},
     {"NoPrompt", L"-noPrompt", {.quiet = 1, .unwatched = true}},
     {"OutPrompt", L"-outPrompt \"a file\"", {.progressFile = L"a file"}},
+    {"OutPromptBeforeATakenByteCount", L"-outPrompt -input 1", {}},
+    {"NoPromptTakenForAValue", L"-outPrompt -noPrompt", {.progressFile = L"-noPrompt"}},
     {"OutPromptAndNoPrompt",
      L"-outPrompt \"a file\" -noPrompt",
      {.quiet = 1, .progressFile = L"a file"}},

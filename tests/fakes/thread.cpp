@@ -30,7 +30,11 @@ void closeThread(ThreadHandle thread)
     ++fakeThreads.closed;
 }
 
-void pauseThread(int /*milliseconds*/) {}
+void pauseThread(int /*milliseconds*/)
+{
+    if (fakeThreads.pause)
+        fakeThreads.pause();
+}
 
 std::uint32_t currentThreadId()
 {

@@ -18,6 +18,7 @@ struct FakeThreads {
     int firstRefused = -1; // the thread, in order of creation, that cannot start
     // Called at each wait: the test's place to look, and to play a thread.
     std::function<void(int handles)> wait;
-    int closed = 0; // handles given up
+    std::function<void()> pause; // called at each pause, which takes no time
+    int closed = 0;              // handles given up
 };
 extern FakeThreads fakeThreads;
