@@ -582,6 +582,14 @@ INSTANTIATE_TEST_SUITE_P(
                     std::array<std::uint32_t, 3>{0x7FFFFFFF, 0, 0},   // cannot be raised
                     std::array<std::uint32_t, 3>{0, 1, 0}));
 
+TEST_F(PosixNamedSemaphore, KeepsItsReleaseLockForTheReleaseAlone)
+{
+    SemaphoreHandle semaphore = create(0, 2);
+    EXPECT_TRUE(releaseSemaphore(semaphore));
+    Child other([&] { return lockAlone(path, releaseByte) ? 0 : 1; });
+    EXPECT_EQ(0, other.wait());
+}
+
 TEST_F(PosixNamedSemaphore, IsReleasedThoughTheHolderOfItsReleaseLockIsStopped)
 {
     SemaphoreHandle semaphore = create(0, 2);
