@@ -100,9 +100,9 @@ struct BaseLine {
     std::int32_t bits = 0;
     const char* base = "";
 
-    friend std::ostream& operator<<(std::ostream& out, const BaseLine& line)
+    friend std::ostream& operator<<(std::ostream& out, const BaseLine& tested)
     {
-        return out << line.name;
+        return out << tested.name;
     }
 };
 
@@ -320,9 +320,9 @@ struct OptionLine {
     const wchar_t* options;
     Settings settings;
 
-    friend std::ostream& operator<<(std::ostream& out, const OptionLine& line)
+    friend std::ostream& operator<<(std::ostream& out, const OptionLine& tested)
     {
-        return out << line.name;
+        return out << tested.name;
     }
 };
 
