@@ -40,11 +40,9 @@ int removeArg(CommandLine& commandLine, std::int32_t index);
 // Looks for the option `name` (its "-" included) and takes its value. The last argument
 // that equals the name is the option, and the next argument is its value. When no
 // argument equals the name, the last one that starts with it is the option. Its value is
-// the rest
-// ("-name=value", "-namevalue"), or the next argument ("-name= value").
+// the rest ("-name=value", "-namevalue"), or the next argument ("-name= value").
 // Returns 1 with `value` set and the arguments removed. `value` points into the command
-// line.
-// Returns 0 when there is no value to take:
+// line. Returns 0 when there is no value to take:
 //  - the name itself is the last argument: `value` and the list stay as they are;
 //  - "-name=" is the last argument: it is removed, and `value` is `defaultValue`;
 //  - there is no such option: `value` is `defaultValue`.
