@@ -116,6 +116,7 @@ Iteration runIteration(const Subject& subject, const Temporaries& t)
 
 int iterationsFor(int bits)
 {
+    // docs/fixed-behaviour.md: iterations
     return bits <= 2048 ? 64 : 128;
 }
 

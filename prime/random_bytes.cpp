@@ -13,7 +13,7 @@ std::int32_t getRandomBytes(std::uint8_t* buffer, std::int32_t count)
         const auto time = static_cast<std::uint64_t>(calendarTime());
         const std::int64_t clock = processClock();
         mixState = (static_cast<std::uint64_t>(clock) * mixState) ^ time;
-        // docs/fixed-behaviour.md: zero-bytes
+        // Where i is a multiple of 32, this is x ^ x. docs/fixed-behaviour.md: zero-bytes
         buffer[i] = static_cast<std::uint8_t>(mixState ^ (mixState >> (i % 32)));
     }
     return count;
