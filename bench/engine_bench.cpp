@@ -12,7 +12,7 @@
 namespace
 {
 
-constexpr int anyMode = 0; // tells the bases of one benchmark apart, no more
+constexpr int anyMode = 0; // only makes the bases of the benchmarks differ
 
 int bitsOf(const benchmark::State& state)
 {

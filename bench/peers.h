@@ -1,4 +1,4 @@
-// Searches of other libraries, to hold norv's against. Each finds one prime of
+// Searches of other libraries that norv's are compared with. Each finds one prime of
 // `bits` bits and drops it.
 #pragma once
 

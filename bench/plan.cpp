@@ -1,8 +1,9 @@
-// Measures what the sieve's plan rests on: for how many larger primes one exponentiation
-// of a size pays. Prints the table of costs and the plan that follows from it.
+// Measures what the sieve's plan rests on: how many larger primes can be sieved in the
+// time of one exponentiation of a size. Prints the table of costs and the plan that
+// follows from it.
 #include "bench/bare_exponentiation.h"
 #include "bench/bases.h"
-#include "prime/base_bits.h"
+#include "bench/cpu_time.h"
 #include "prime/candidate_sieve.h"
 #include "prime/search_sieve.h"
 #include "prime/shortcuts.h"
@@ -10,7 +11,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <ctime>
 #include <new>
 #include <vector>
 
@@ -19,13 +19,6 @@ namespace
 
 constexpr int rounds = 7;
 constexpr int mode = modeFromBase | modeSafe;
-
-double cpuSeconds()
-{
-    timespec time = {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
-}
 
 double median(std::vector<double> values)
 {
@@ -44,7 +37,7 @@ double secondsOfAnExponentiation(int bits)
     return (cpuSeconds() - start) / count;
 }
 
-// Of a prime of the search's first slices, which are those that most searches get to.
+// The time for one prime, over the first slices: most searches end within them.
 double secondsOfAPrime(int bits)
 {
     const Context context(BN_CTX_new());

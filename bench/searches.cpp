@@ -1,6 +1,6 @@
 // Measures whole searches, each variant from the same bases in turn, so that a drift
-// of the machine hits all alike. Prints a line a search, tab-separated; the first
-// line names the fields.
+// of the machine affects all variants alike. Prints a line a search, tab-separated; the
+// first line names the fields.
 //
 // Variants: off (the plain search), watched, unwatched (shortcuts, without and with
 // eventsUnwatched); libcrypto, gmp, botan (left out where it is not built in); bare,
@@ -9,10 +9,11 @@
 //   --bits N  --mode plain|safe  --variants NAME,…  (a name may stand twice)
 //   --bases N          so many bases
 //   --first N          from this one on
-//   --seconds S        begin no base after so long, but at least three
+//   --seconds S        begin no further base after S seconds, but at least three
 //   --candidates N     stop each search after so many candidates; 0: never
 #include "bench/bare_exponentiation.h"
 #include "bench/bases.h"
+#include "bench/cpu_time.h"
 #include "bench/exponentiations.h"
 #include "bench/peers.h"
 #include "prime/events.h"
@@ -23,7 +24,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <ctime>
 #include <exception>
 #include <map>
 #include <sstream>
@@ -101,13 +101,6 @@ int countCandidates(int event, int number, BN_GENCB* callback)
     return 1;
 }
 
-double cpuSeconds()
-{
-    timespec time = {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
-}
-
 // Whether it is a variant of norv's own search; sets the switch for it.
 bool chooseOwnVariant(const std::string& name)
 {
@@ -176,8 +169,8 @@ void print(const Options& options, const std::string& variant, long index,
     std::fflush(stdout);
 }
 
-// What a process makes once, the tables of primes, is made before anything is
-// measured. Prints what it took as the search of base -1.
+// Makes the tables of primes, which a process makes once, before anything is measured.
+// Prints what it took as the search of base -1.
 void warmUp(const Options& options)
 {
     const BigNumber base = makeBase(options.bits, modeOf(options), options.first);
@@ -187,7 +180,7 @@ void warmUp(const Options& options)
 }
 
 // A search that failed, and variants of one search that end at different numbers,
-// are worth no figures.
+// give no valid figures.
 void check(const Options& options, const Measured& measured, BigNumber& end)
 {
     const bool stopped =
