@@ -6,18 +6,23 @@
 #include "prime/random_below.h"
 
 #include <array>
-#include <new>
+#include <stdexcept>
 
 namespace
 {
 
 enum class Verdict { accepted, rejected, failed };
 
+void require(bool succeeded)
+{
+    if (!succeeded)
+        throw std::runtime_error("a library call failed");
+}
+
 BigNumber difference(const BIGNUM* number, BN_ULONG word)
 {
     BigNumber result(BN_dup(number));
-    if (!result || !BN_sub_word(result.get(), word))
-        throw std::bad_alloc();
+    require(result && BN_sub_word(result.get(), word));
     return result;
 }
 
@@ -30,17 +35,18 @@ bool passesIteration(const BIGNUM* w, BN_CTX* context)
     const BigNumber m(BN_new());
     const BigNumber z(BN_new());
     const BigNumber witness(BN_new());
+    require(m && z && witness);
     int a = 1;
     while (!BN_is_bit_set(w1.get(), a))
         ++a;
-    BN_rshift(m.get(), w1.get(), a);
+    require(BN_rshift(m.get(), w1.get(), a));
     if (!getRandomBelow(witness.get(), w3.get()))
         return false;
-    BN_add_word(witness.get(), 2);
-    BN_mod_exp_mont(z.get(), witness.get(), m.get(), w, context, nullptr);
+    require(BN_add_word(witness.get(), 2));
+    require(BN_mod_exp_mont(z.get(), witness.get(), m.get(), w, context, nullptr));
     bool passed = BN_is_one(z.get()) || BN_cmp(z.get(), w1.get()) == 0;
     for (int j = 1; j < a && !passed; ++j) {
-        BN_mod_sqr(z.get(), z.get(), w, context);
+        require(BN_mod_sqr(z.get(), z.get(), w, context));
         passed = BN_cmp(z.get(), w1.get()) == 0;
     }
     return passed;
@@ -67,8 +73,8 @@ Verdict test(const BIGNUM* candidate, int mode, int counter, GenCallback* callba
     if ((mode & modeSafe) == 0)
         return isPlainPrime(candidate, checks, callback, context) ? Verdict::accepted
                                                                   : Verdict::rejected;
-    const BigNumber half(BN_dup(candidate));
-    BN_rshift1(half.get(), candidate);
+    const BigNumber half(BN_new());
+    require(half && BN_rshift1(half.get(), candidate));
     for (int i = 0; i < checks; ++i) {
         if (!isPlainPrime(candidate, 1, callback, context) ||
             !isPlainPrime(half.get(), 1, callback, context))

@@ -1,9 +1,11 @@
-// The plain search, without any shortcut: each candidate from nextCandidate, each
-// iteration with one exponentiation by a sliding window.
+// The plain search, without the sieve of a whole search, and with a witness for every
+// test: each candidate from nextCandidate, each iteration with one exponentiation by a
+// sliding window.
 //
 // With the same witnesses generatePrime sends the same events and ends at the same
-// number, unless a witness lets a composite pass that the shortcuts prove to be one:
-// they reject it without events 1. They accept nothing that this search rejects.
+// number, with one exception: a composite that a witness lets pass, but that
+// generatePrime proves composite in another way. It rejects such a number without events
+// 1. It accepts nothing that this search rejects.
 #pragma once
 
 #include "prime/big_number.h"
