@@ -117,8 +117,8 @@ int nextCandidate(BIGNUM* candidate, int bits, int mode, std::uint16_t* residues
 
         if (!BN_add_word(candidate, delta))
             return 0;
-        // One bit more means that the offset passed the top of the size: the
-        // next round cuts it off and goes on at the bottom.
+        // One bit more means that the offset passed the top of the size: the next
+        // round wraps around within the bit length.
         if (BN_num_bits(candidate) == bits) {
             assert(BN_is_odd(candidate) && (!safe || BN_is_bit_set(candidate, 1)));
             return 1;

@@ -12,7 +12,8 @@ inline constexpr int modeFromBase = 2; // upward from the number given, not rand
 
 // Replaces `candidate` by the next odd number above it of exactly `bits` bits
 // that no sieve prime divides; with modeSafe by one that is 3 modulo 4 and whose
-// (p-1)/2 none divides either. After the top of the size it wraps around to the bottom.
+// (p-1)/2 none divides either. After the largest number of that size it wraps around
+// within the bit length.
 //
 // candidate  in: where to start (with modeFromBase; a longer number counts with
 //            its low bits) or anything (without: the start is random, its two

@@ -1,6 +1,6 @@
 // The events of a search: what generatePrime and millerRabin tell their callback.
 //
-// The numbers are part of the callback's contract, as its caller sees them.
+// Callers may rely on these numbers.
 #pragma once
 
 // A candidate survived the sieve and is about to be tested.

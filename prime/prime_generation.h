@@ -12,17 +12,17 @@
 //
 // candidate  in: the base; out: the prime, or the last candidate on failure
 // callback   event 0 with the candidate's number, from 0, before each is tested;
-//            event 2 with the same number after each turn that both halves of a
-//            safe prime passed; event 1 from the test. A refusal of event 0 or
-//            2 ends the search; one of event 1 rejects the candidate, so that
-//            the next event 0 ends it. A candidate with a known factor gets no
-//            event 1, whatever its witnesses are. With eventsUnwatched, events 1 of
-//            a safe prime's rejected candidates may stay out. May be null
+//            event 2 with the same number after each turn that p and (p-1)/2 both
+//            passed; event 1 from the test. A refusal of event 0 or 2 ends the
+//            search; one of event 1 rejects the candidate, so that the next event 0
+//            ends it. A candidate with a known factor gets no event 1, whatever its
+//            witnesses are. With eventsUnwatched, events 1 of rejected candidates
+//            for a safe prime may be left out. May be null
 // context    required; the caller's
 // The second, fourth and fifth arguments, a size and a progression, stand where
 // the library's own generators have them and are ignored.
 // Returns 1 when a prime was found, 0 on every failure and refusal, and at once
-// when no such prime has baseBits bits. Reads baseBits and the switches of
-// prime/shortcuts.h; any number of threads.
+// when no such prime has baseBits bits. Reads baseBits and eventsUnwatched; any number
+// of threads.
 int generatePrime(BIGNUM* candidate, int ignoredBits, int mode, const BIGNUM* ignoredAdd,
                   const BIGNUM* ignoredRemainder, GenCallback* callback, BN_CTX* context);

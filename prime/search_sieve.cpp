@@ -21,15 +21,16 @@ std::uint32_t divideByStep(std::uint32_t value, std::uint32_t prime, std::uint32
     return step == 4 ? halveModulo(value, prime) : value;
 }
 
-// Where (p-1)/2 has the factor, given where p has it: there p is 1 modulo the prime,
-// which it is 1 / step further on.
+// The least index where the prime divides (p-1)/2, from the least index where it divides
+// p. It divides (p-1)/2 where p is 1 modulo the prime; that is 1 / step further on.
 std::uint32_t indexOfHalf(std::uint32_t index, std::uint32_t prime, std::uint32_t step)
 {
     const std::uint32_t half = index + divideByStep(1, prime, step);
     return half < prime ? half : half - prime;
 }
 
-// For each prime the least index of a number that it divides.
+// Finds for each prime the least index of a number that it divides. Returns false when
+// a library call fails.
 bool findIndices(const SearchSieve& sieve, std::span<const std::uint32_t> primes,
                  std::uint32_t* indices, BN_CTX* context)
 {
@@ -48,8 +49,8 @@ std::span<const std::uint32_t> smallSievePrimes(const SearchSieve& sieve)
     return primes.first(std::min(sieve.plan.smallCount, primes.size()));
 }
 
-// Crosses off the small primes in the segment from the index `first` on, the start or
-// the end of the segment before it.
+// Begins the segment at index `first`, which is 0 or the end of the segment before, and
+// crosses off the multiples of the small primes.
 void rejectFrom(SearchSieve& sieve, std::uint32_t first)
 {
     beginSegment(sieve.rejected, first);
@@ -65,6 +66,7 @@ void rejectFrom(SearchSieve& sieve, std::uint32_t first)
 }
 
 // Whether all numbers of a segment from the index `first` on have the search's size.
+// Returns false also when memory is short.
 bool fitsBelowTop(const SearchSieve& sieve, std::uint32_t first)
 {
     const std::uint64_t end = std::uint64_t{first} + sieve.rejected.length;
@@ -73,7 +75,9 @@ bool fitsBelowTop(const SearchSieve& sieve, std::uint32_t first)
            BN_num_bits(top.get()) == sieve.bits;
 }
 
-// Starts over at `candidate`, which nextCandidate yielded.
+// Begins, or begins again, at `candidate`, which nextCandidate yielded. Returns false
+// when the first segment does not fit below the top of the size, when a library call
+// fails or when memory is short.
 bool beginSearch(SearchSieve& sieve, const BIGNUM* candidate, BN_CTX* context)
 {
     const auto primes = smallSievePrimes(sieve);
@@ -91,7 +95,7 @@ bool beginSearch(SearchSieve& sieve, const BIGNUM* candidate, BN_CTX* context)
 }
 
 // Moves to the next number that has no small factor. Returns how many steps it lies
-// ahead; 0 when the reach or the size ends before.
+// ahead; 0 when the reach or the size ends before, or when memory is short.
 std::uint32_t advance(SearchSieve& sieve)
 {
     std::uint32_t next = nextLeft(sieve.rejected, sieve.index + 1);
@@ -106,11 +110,14 @@ std::uint32_t advance(SearchSieve& sieve)
     return steps;
 }
 
-// Crosses off at most `count` of the next larger primes. Returns how many; 0 when there
-// are none left.
+// Crosses off the multiples of the next larger primes, at most `count` of them. Returns
+// how many primes these were; 0 when none are left, when a library call fails or when a
+// block of primes is missing.
 std::size_t crossOffLarger(SearchSieve& sieve, std::size_t count, BN_CTX* context)
 {
     const std::size_t left = sieve.plan.primeCount - sieve.larger.passed;
+    if (left == 0)
+        return 0;
     PrimeCursor cursor = sieve.larger;
     const auto primes = takePrimes(cursor, std::min({count, left, largerAtOnce}));
     noteWritten(sieve.indices, primes.size());
@@ -150,6 +157,7 @@ SearchSieve makeSearchSieve(int bits, const SievePlan& plan)
 int nextSievedCandidate(SearchSieve& sieve, BIGNUM* candidate, int mode,
                         std::uint16_t* residues, BN_CTX* context)
 {
+    assert(((mode & modeSafe) != 0) == sieve.plan.safe);
     if (sieve.start) {
         const std::uint32_t steps = advance(sieve);
         if (steps != 0)

@@ -1,10 +1,11 @@
-// The sieve of a whole search: what nextCandidate would yield, found segment by
-// segment, and which of it a deeper sieve knows to be composite.
+// The sieve of a whole search. It yields the candidates that nextCandidate would yield,
+// segment by segment, and knows which of them a larger prime divides.
 //
-// Small primes, which decide what is a candidate, are crossed off in one short segment
-// after another. Each larger prime is crossed off once, in a segment as long as most
-// searches, and then forgotten: in slices between candidates, so that no event waits
-// for more than about one exponentiation. After the long segment the sieve starts over.
+// Small primes decide what is a candidate: their multiples are crossed off in one short
+// segment after another. The multiples of each larger prime are crossed off once, in one
+// segment that is as long as most searches; then the prime is forgotten. This is done in
+// slices between candidates, so that no event waits for more than about one
+// exponentiation. After the long segment the sieve starts over.
 // C. Bays and R. H. Hudson, The segmented sieve of Eratosthenes and primes in
 // arithmetic progressions to 10^12, BIT 17 (1977).
 #pragma once
@@ -19,7 +20,7 @@
 #include <cstdint>
 #include <openssl/bn.h>
 
-// The most larger primes whose indices are computed together.
+// How many larger primes at most have their indices computed at once.
 inline constexpr std::size_t largerAtOnce = 1024;
 
 struct SearchSieve {
@@ -27,16 +28,22 @@ struct SearchSieve {
     SievePlan plan;
     SecretNumber start; // null: the sieve is idle and knows nothing
 
-    // While there is a start: start + index * step is the candidate yielded last, it
-    // lies in both segments and `rejected` has it left.
+    // While there is a start: the candidate yielded last is start + index * step. It
+    // lies in both segments, and it is not crossed off in `rejected`.
     std::uint32_t index = 0;
-    Segment rejected;  // what has a small factor; moves up with the candidates
-    Segment composite; // what has a larger one; begins at the start
-    // The primes that `composite` has crossed off are those before this one.
+    // Crossed off here: a number that has a small factor, or, for a safe prime, whose
+    // (p-1)/2 has one. The segment moves up with the candidates.
+    Segment rejected;
+    // Crossed off here: a number that has a larger factor, or, with halves, whose
+    // (p-1)/2 has one. The segment begins at the start.
+    Segment composite;
+    // The multiples of all larger primes before the cursor are crossed off in
+    // `composite`.
     PrimeCursor larger;
 
-    // smallNext[i]: the first index after `rejected` of a number that the i-th small
-    // prime divides. Together they give the start by the Chinese remainder theorem.
+    // smallNext[i]: the first index after the end of `rejected` whose number the i-th
+    // small prime divides. By the Chinese remainder theorem the start can be computed
+    // from them.
     SecretArray<std::uint32_t> smallNext;
     SecretArray<std::uint32_t> indices; // of the larger primes at hand
     ResidueScratch scratch;
@@ -51,11 +58,11 @@ SearchSieve makeSearchSieve(int bits, const SievePlan& plan);
 int nextSievedCandidate(SearchSieve& sieve, BIGNUM* candidate, int mode,
                         std::uint16_t* residues, BN_CTX* context);
 
-// Crosses off one more slice of the larger primes. Nothing when all are, or when a
-// library call fails or memory is short: the sieve then knows less. `context` lends
-// temporaries.
+// Crosses off the multiples of one more slice of the larger primes. Does nothing when all
+// have been, when a library call fails, or when memory is short; the sieve then knows
+// fewer factors. `context` lends temporaries.
 void sieveSlice(SearchSieve& sieve, BN_CTX* context);
 
-// Whether the sieve knows a factor of the candidate yielded last, or, with
-// halves, one of its (p-1)/2. Never wrong, unlike a test whose witnesses repeat.
+// Whether the sieve knows a factor of the candidate yielded last, or a factor of its
+// (p-1)/2, with halves. Never wrong, unlike a test whose witnesses repeat.
 bool knowsFactor(const SearchSieve& sieve);

@@ -20,7 +20,7 @@ struct ArrayClearDelete {
     }
 };
 
-// Owns an array of which noteWritten was told before anything was written in it.
+// An array. noteWritten must be called before anything is written to it.
 template <typename Item>
 using SecretArray = std::unique_ptr<Item[], ArrayClearDelete<Item>>;
 
@@ -33,7 +33,7 @@ bool allocateSecret(SecretArray<Item>& items, std::size_t count)
     return items != nullptr;
 }
 
-// The first `count` items are about to be written, whatever was told before.
+// Call before the first `count` items are written. A smaller count later changes nothing.
 template <typename Item>
 void noteWritten(SecretArray<Item>& items, std::size_t count)
 {

@@ -8,6 +8,7 @@ namespace
 {
 
 constexpr std::uint32_t wordBits = 64;
+constexpr std::uint64_t highestEnd = std::uint64_t{1} << 31;
 
 } // namespace
 
@@ -22,6 +23,7 @@ bool allocateSegment(Segment& segment, std::uint32_t length)
 
 void beginSegment(Segment& segment, std::uint32_t first)
 {
+    assert(std::uint64_t{first} + segment.length <= highestEnd);
     const std::size_t words = segment.length / wordBits;
     noteWritten(segment.crossed, words);
     std::fill_n(segment.crossed.get(), words, 0);
@@ -54,7 +56,8 @@ std::uint32_t nextLeft(const Segment& segment, std::uint32_t index)
         const std::uint64_t word = segment.crossed[bit / wordBits] >> (bit % wordBits);
         const auto set = static_cast<std::uint32_t>(std::countr_one(word));
         const std::uint32_t leftInWord = wordBits - bit % wordBits;
-        // Shifted-in zeros end the run early: look again at the next word.
+        // The shift fills with zeros, which look like a number not crossed off: such a
+        // hit does not count.
         if (set < leftInWord)
             return segment.first + bit + set;
         bit += leftInWord;

@@ -1,20 +1,20 @@
-// Segments: stretches of the numbers of a search, a bit a number, that primes are
-// crossed off in.
+// A segment: a stretch of a search's numbers as a bitmap, in which multiples of primes
+// are crossed off.
 #pragma once
 
 #include "prime/secret_array.h"
 
 #include <cstdint>
 
-// Numbers are told by their index: how many steps they lie above the search's start.
-// Which of them are crossed off tells residues of the start.
+// A number is identified by its index: how many steps it lies above the search's start.
+// The bitmap reveals residues of the start.
 struct Segment {
     std::uint32_t first = 0;  // index of its first number
     std::uint32_t length = 0; // numbers in it; 0: it has no memory
     SecretArray<std::uint64_t> crossed;
 };
 
-// The longest segment. An index plus a prime below 2^31 then fits its word.
+// The longest segment: an index in it plus a prime below 2^31 fits 32 bits.
 inline constexpr std::uint32_t longestSegment = std::uint32_t{1} << 30;
 
 // Makes `segment`, which has no memory, one of `length` numbers: a multiple of 64, up
@@ -28,6 +28,7 @@ inline std::uint32_t endOf(const Segment& segment)
 }
 
 // Lets the segment begin at the index `first` with no number crossed off.
+// first + length is at most 2^31.
 void beginSegment(Segment& segment, std::uint32_t first);
 
 // Crosses off the numbers at `index`, `index` + prime, ... to the segment's end.

@@ -15,6 +15,7 @@
 namespace
 {
 
+// Below it no sieve was measured to be worth its time.
 constexpr int leastBits = 256;
 
 // C2 of the twin prime conjecture: of the numbers near x that are 3 modulo 4, one in
@@ -22,9 +23,9 @@ constexpr int leastBits = 256;
 // Partitio Numerorum III, Acta Mathematica 44 (1923).
 constexpr double twinConstant = 0.6601618158;
 
-// For how many larger primes one exponentiation of the size pays. `tools/tune-plan`
-// prints this table for the machine that it runs on. These figures are of 22 November
-// 2026: an x86-64 server with AVX-512 IFMA, libcrypto 3.0.
+// How many larger primes can be sieved in the time of one exponentiation of the size.
+// `tools/tune-plan` prints this table for the machine that it runs on. These figures are
+// of 22 November 2026: an x86-64 server with AVX-512 IFMA, libcrypto 3.0.
 struct Cost {
     int largestBits;
     double primes;
@@ -34,12 +35,16 @@ constexpr Cost costs[] = {
     {1279, 4'100},  {1791, 9'700},  {2559, 18'000},
     {3583, 40'000}, {6143, 67'000}, {std::numeric_limits<int>::max(), 300'000}};
 
-// A segment of the small primes takes at most about an exponentiation to begin.
+// To begin a segment of the small primes takes about one exponentiation at most.
 constexpr std::uint32_t segmentsInReach = 8;
-// 2 MB a worker.
+// A bitmap of 2 MiB.
 constexpr double farthestReach = 1 << 24;
-// So that a slice keeps no event waiting for long.
+// A slice takes a third of an exponentiation, so that no event waits long.
 constexpr double slicesInExponentiation = 3;
+
+// The bound of worthwhilePrimes depends on its own logarithm. Each round at least halves
+// the error: after so many it is less than one prime.
+constexpr int rounds = 40;
 
 // Steps from a number near 2^bits to the next prime of the kind, on average.
 double meanSteps(int bits, bool safe)
@@ -48,15 +53,16 @@ double meanSteps(int bits, bool safe)
     return safe ? logarithm * logarithm / (4 * twinConstant) : logarithm / 2;
 }
 
-// As many steps as most searches take.
+// A reach that most searches end within, as far as the memory allows. One search in 3000
+// goes beyond 8 means, one in 7 beyond 2.
 std::uint32_t reachFor(int bits, bool safe)
 {
     const double steps = meanSteps(bits, safe) * (safe ? 2 : 8);
     return std::bit_ceil(static_cast<std::uint32_t>(std::min(steps, farthestReach)));
 }
 
-// Of the numbers of a search, those that primes up to `bound` leave, by Mertens'
-// theorems; of a safe prime those that are so for p and for (p-1)/2.
+// The share of a search's numbers that no odd prime up to `bound` divides, by Mertens'
+// theorems. With safe: that no such prime divides p or (p-1)/2.
 double shareLeft(double bound, bool safe)
 {
     const double single = 2 * std::exp(-std::numbers::egamma) / std::log(bound);
@@ -67,13 +73,14 @@ double shareLeft(double bound, bool safe)
 
 std::size_t worthwhilePrimes(int bits, bool safe, bool halves, double cost)
 {
-    // A prime q pays while the exponentiations that it saves on average, of those that
-    // a search takes, cost more than it does. With the halves it saves two in q.
+    // A prime q divides one number in q (with halves, it divides p or (p-1)/2 of two in
+    // q), and saves that share of a search's exponentiations. It pays while these cost
+    // more than to sieve with q.
     const double factors = halves ? 2 : 1;
     const double smallBound =
         smallPrimes[static_cast<std::size_t>(trialDivisions(bits)) - 1];
     double bound = smallBound;
-    for (int i = 0; i < 40; ++i) {
+    for (int i = 0; i < rounds; ++i) {
         // Where only p counts, the small primes alone sieve the halves.
         const double left = safe && !halves
                                 ? shareLeft(smallBound, true) * shareLeft(bound, false) /

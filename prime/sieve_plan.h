@@ -1,26 +1,31 @@
-// Sieve plans: how deep and how far a search of a size sieves.
+// Sieve plans: how many primes a search of a size sieves with, and how far.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-// What a size and a mode call for.
+// The plan of one size and mode.
 struct SievePlan {
     bool safe = false;
     bool halves = false;             // factors of (p-1)/2 count too
     std::uint32_t step = 2;          // from one number to the next
     std::size_t smallCount = 0;      // primes that decide what is a candidate
     std::size_t primeCount = 0;      // primes to sieve with, these included
-    std::uint32_t segmentLength = 0; // numbers that small primes cross off at once
-    std::uint32_t reach = 0;         // numbers that the others cross off; 0: no sieve
-    std::size_t sliceLength = 0;     // larger primes between two candidates
+    std::uint32_t segmentLength = 0; // numbers in a segment of the small primes
+    std::uint32_t reach = 0;         // numbers in the larger primes' segment; 0: no sieve
+    std::size_t sliceLength = 0;     // larger primes sieved after each candidate
 };
 
-// How many of the sieve's primes a search pays for, where one exponentiation costs as
-// much as crossing off `cost` larger primes.
+// How many primes are worth sieving with, when `cost` larger primes can be sieved in the
+// time of one exponentiation. An estimate. It counts from 3, small primes included, and
+// is limited by what the blocks hold: primes below 2^28.
+//
+// bits    2 or more
+// halves  factors of (p-1)/2 count too; only with safe
+// cost    0 or more
 std::size_t worthwhilePrimes(int bits, bool safe, bool halves, double cost);
 
 // The plan for a search of `bits` bits, 2 or more, in this mode (modeSafe,
 // modeFromBase). It counts factors of (p-1)/2 too when eventsUnwatched allows. Its
-// reach is 0 without modeFromBase and where no sieve pays.
+// reach is 0 without modeFromBase and for sizes too small for a sieve.
 SievePlan planSieve(int bits, int mode);

@@ -10,9 +10,9 @@
 
 // Stores `number` modulo primes[i], a prime below 2^32, in residues[i] for every i.
 // One division of the big number serves as many primes as fit half a word with their
-// product; the rest is done in words. By more than half a word the library divides a
-// copy of the number, slowly, and leaves it unwiped. Returns false when the library's
-// division fails.
+// product; the rest is done in words. A divisor of more than half a word would make the
+// library divide a copy of the number, slowly, and leave the copy unwiped. Returns false
+// when the library's division fails.
 template <typename Prime>
 bool computeWordResidues(const BIGNUM* number, std::span<const Prime> primes,
                          Prime* residues)
@@ -34,8 +34,8 @@ bool computeWordResidues(const BIGNUM* number, std::span<const Prime> primes,
     return true;
 }
 
-// The size of a group's product. Measured: at 256 bits, division of the long number
-// and divisions of what is left of it cost about the same.
+// The size of a group's product. At 256 bits the two stages cost about the same
+// (measured).
 inline constexpr int groupBits = 256;
 
 // What computeGroupResidues works with, made once for many calls.

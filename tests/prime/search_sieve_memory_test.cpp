@@ -52,7 +52,7 @@ protected:
         return arrays[number];
     }
 
-    // Crosses off so many slices, through segments and starts.
+    // Takes so many candidates and sieves a slice for each, through segments and starts.
     void sieveFor(SearchSieve& sieve, int candidates)
     {
         for (int i = 0; i < candidates; ++i) {

@@ -61,7 +61,7 @@ protected:
     }
 
     // Checks what the sieve knows against trial division, through several segments.
-    // The larger primes are crossed off at the start of each reach.
+    // The multiples of the larger primes are crossed off at the start of each reach.
     void checkFactors(int mode)
     {
         SievePlan plan = planSieve(bits, mode);

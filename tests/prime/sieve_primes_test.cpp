@@ -64,6 +64,16 @@ TEST(SievePrimes, AreTakenInOrderAcrossBlocks)
     }
 }
 
+TEST(SievePrimes, AreNotTakenWhenNoneAreWanted)
+{
+    PrimeCursor cursor;
+    EXPECT_TRUE(takePrimes(cursor, 0).empty());
+    EXPECT_EQ(0U, cursor.passed);
+    const auto primes = takePrimes(cursor, 1);
+    ASSERT_EQ(1U, primes.size());
+    EXPECT_EQ(3U, primes.front());
+}
+
 TEST(SievePrimes, EndWithTheLastBlock)
 {
     PrimeCursor cursor{sieveBlockLimit - 1, 0, 0};
