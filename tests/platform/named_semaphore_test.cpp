@@ -103,7 +103,7 @@ TEST_F(NamedSemaphore, StaysUntilTheLastHandleIsClosed)
 TEST_F(NamedSemaphore, KeepsItsCountWhenItsCreatorCloses)
 {
     SemaphoreHandle creator = create(0, 1);
-    SemaphoreHandle other = open();
+    SemaphoreHandle other = create(0, 1);
     EXPECT_TRUE(releaseSemaphore(creator));
     close(creator);
     EXPECT_EQ(1, countForeign(name));
