@@ -5,6 +5,7 @@
 #include "tests/fakes/named_semaphore.h"
 #include "tests/fakes/prime_generation.h"
 #include "tests/fakes/trace_number.h"
+#include "tests/fakes/yield.h"
 #include "tests/platform/run_threads.h"
 #include "tests/search/search_fixture.h"
 
@@ -243,6 +244,27 @@ TEST_F(SearchWorker, NeverAsksForASemaphoreWithoutAName)
     EXPECT_EQ((std::vector<std::string>{"1", "2", "3"}), published);
     EXPECT_EQ("4", toHex(resultPrime));
     EXPECT_EQ(Calls{}, fakeSemaphore.calls);
+}
+
+TEST_F(SearchWorker, GivesTheStopWatcherTurnsBeforeItTakesAnotherWindow)
+{
+    int windows = 0;
+    fakeGeneratePrime = [&](BIGNUM* candidate, auto...) {
+        // So that it ends without any turn, too.
+        if (++windows == 2)
+            stopFlag = 1;
+        return BN_set_word(candidate, 101);
+    };
+    int turns = 0;
+    fakeYield = [&] {
+        if (++turns == 3)
+            stopFlag = 1;
+    };
+    EXPECT_EQ(0, work(L"stop"));
+    fakeYield = [] {
+    };
+    EXPECT_EQ(1, windows);
+    EXPECT_EQ(3, turns);
 }
 
 TEST_F(SearchWorker, GoesOnAfterAPrimeUntilTheFlagIsSet)
