@@ -1,17 +1,13 @@
 #include "prime/miller_rabin.h"
 
 #include "prime/events.h"
+#include "prime/exponentiation_way.h"
 #include "prime/random_below.h"
 
 #include <array>
 
 namespace
 {
-
-// For a modulus of just this size the library's constant-time exponentiation,
-// chosen by a flag on the exponent, is its fastest: 0.7 of the time of the other.
-// The context takes the flag off again when it lends the number anew.
-constexpr int constantTimeBits = 512;
 
 // The test's big numbers, taken from the context and wiped when it ends.
 class Temporaries
@@ -86,15 +82,15 @@ bool squareResidue(const Subject& subject, const Temporaries& t)
            BN_mod_mul(t.z(), t.x(), t.x(), subject.w, subject.context);
 }
 
-// Draws a witness b with 2 <= b <= w - 2 and looks for a proof that w is
-// composite in b^m, b^2m, ... b^(2^(a-1)m).
-Iteration runIteration(const Subject& subject, const Temporaries& t)
+// Draws a witness b with 2 <= b <= w - 2.
+bool drawWitness(BIGNUM* witness, const Temporaries& t)
 {
-    if (!getRandomBelow(t.witness(), t.w3()) || !BN_add_word(t.witness(), 2))
-        return Iteration::failed;
-    if (!BN_mod_exp_mont(t.z(), t.witness(), t.m(), subject.w, subject.context,
-                         subject.montgomery))
-        return Iteration::failed;
+    return getRandomBelow(witness, t.w3()) && BN_add_word(witness, 2);
+}
+
+// Looks for a proof that w is composite in z = b^m, in b^2m, ... b^(2^(a-1)m).
+Iteration judge(const Subject& subject, const Temporaries& t)
+{
     if (BN_is_one(t.z()) || BN_cmp(t.z(), t.w1()) == 0)
         return Iteration::passed;
 
@@ -110,6 +106,142 @@ Iteration runIteration(const Subject& subject, const Temporaries& t)
     // made still decides between a verdict and a failure.
     // docs/fixed-behaviour.md: last-squaring
     return squareResidue(subject, t) ? Iteration::composite : Iteration::failed;
+}
+
+// The iteration of the witness drawn.
+Iteration runIteration(const Subject& subject, const Temporaries& t)
+{
+    const auto exponentiate =
+        singleWay(BN_num_bits(subject.w), false) == ExponentiationWay::constantTime
+            ? BN_mod_exp_mont_consttime
+            : BN_mod_exp_mont;
+    if (!exponentiate(t.z(), t.witness(), t.m(), subject.w, subject.context,
+                      subject.montgomery))
+        return Iteration::failed;
+    return judge(subject, t);
+}
+
+// The second witness of an iteration, and its power.
+class SecondWitness
+{
+public:
+    explicit SecondWitness(BN_CTX* context)
+        : frame_(context)
+        , witness_(BN_CTX_get(context))
+        , z_(BN_CTX_get(context))
+    {
+    }
+    SecondWitness(const SecondWitness&) = delete;
+    SecondWitness& operator=(const SecondWitness&) = delete;
+    ~SecondWitness()
+    {
+        for (BIGNUM* number : {witness_, z_})
+            if (number)
+                BN_clear(number);
+    }
+
+    bool complete() const
+    {
+        return z_ != nullptr;
+    }
+    BIGNUM* witness() const
+    {
+        return witness_;
+    }
+    BIGNUM* z() const
+    {
+        return z_;
+    }
+
+private:
+    ContextFrame frame_;
+    BIGNUM* witness_;
+    BIGNUM* z_;
+};
+
+// One or two iterations in turn.
+struct Iterations {
+    int count = 0;
+    std::array<Iteration, 2> results{};
+};
+
+// Runs the next iteration, and the one after it where `wanted` is 2 or more and two at
+// once are the fastest.
+Iterations runIterations(const Subject& subject, const Temporaries& t, int wanted)
+{
+    if (!drawWitness(t.witness(), t))
+        return {1, {Iteration::failed}};
+    if (wanted >= 2 &&
+        witnessWay(BN_num_bits(subject.w)) == ExponentiationWay::twoAtOnce) {
+        const SecondWitness second(subject.context);
+        // Without a second witness the next iteration fails by itself.
+        if (second.complete() && drawWitness(second.witness(), t)) {
+            if (!BN_mod_exp_mont_consttime_x2(t.z(), t.witness(), t.m(), subject.w,
+                                              subject.montgomery, second.z(),
+                                              second.witness(), t.m(), subject.w,
+                                              subject.montgomery, subject.context))
+                return {1, {Iteration::failed}};
+            const Iteration first = judge(subject, t);
+            if (first != Iteration::passed)
+                return {1, {first}};
+            if (!BN_copy(t.z(), second.z()))
+                return {2, {first, Iteration::failed}};
+            return {2, {first, judge(subject, t)}};
+        }
+    }
+    return {1, {runIteration(subject, t)}};
+}
+
+// What millerRabin does; with `ahead` for one iteration, and perhaps the one after it.
+int testWith(const BIGNUM* w, int checks, BN_CTX* context, GenCallback* callback,
+             PrimeTestStatus* status, IterationAhead* ahead)
+{
+    if (!BN_is_odd(w))
+        return 0;
+    const Temporaries t(context);
+    if (!t.complete())
+        return 0;
+    if (!BN_copy(t.w1(), w) || !BN_sub_word(t.w1(), 1) || !BN_copy(t.w3(), w) ||
+        !BN_sub_word(t.w3(), 3))
+        return 0;
+    if (BN_is_zero(t.w3()) || BN_is_negative(t.w3()))
+        return 0;
+
+    int a = 1;
+    while (!BN_is_bit_set(t.w1(), a))
+        ++a;
+    if (!BN_rshift(t.m(), t.w1(), a))
+        return 0;
+    const Montgomery montgomery(BN_MONT_CTX_new());
+    if (!montgomery || !BN_MONT_CTX_set(montgomery.get(), w, context))
+        return 0;
+    const Subject subject{w, a, montgomery.get(), context};
+
+    // docs/fixed-behaviour.md: negative-checks
+    if (checks == 0)
+        checks = iterationsFor(BN_num_bits(w));
+    for (int i = 0; i < checks;) {
+        const Iterations iterations =
+            runIterations(subject, t, ahead ? ahead->wanted : checks - i);
+        for (int k = 0; k < iterations.count; ++k, ++i) {
+            const Iteration iteration = iterations.results[static_cast<std::size_t>(k)];
+            if (i >= checks) {
+                ahead->known = true;
+                ahead->passed = iteration == Iteration::passed;
+                break;
+            }
+            if (iteration == Iteration::failed)
+                return 0;
+            if (iteration == Iteration::composite) {
+                *status = primeTestComposite;
+                return 1;
+            }
+            if (!BN_GENCB_call(callback, iterationEvent, i))
+                return 0;
+        }
+    }
+    *status = primeTestProbablePrime;
+    return 1;
 }
 
 } // namespace
@@ -145,46 +277,22 @@ int isPrime(const BIGNUM* w, int checks, BN_CTX* context, int /*flag*/,
     return status == primeTestProbablePrime;
 }
 
+int isPrimeInTurn(const BIGNUM* w, BN_CTX* context, GenCallback* callback,
+                  IterationAhead& ahead)
+{
+    if (ahead.known) {
+        ahead.known = false;
+        return ahead.passed && BN_GENCB_call(callback, iterationEvent, 0) ? 1 : 0;
+    }
+    PrimeTestStatus status = primeTestComposite;
+    // docs/fixed-behaviour.md: refused-iteration
+    if (!testWith(w, 1, context, callback, &status, &ahead))
+        return 0;
+    return status == primeTestProbablePrime;
+}
+
 int millerRabin(const BIGNUM* w, int checks, BN_CTX* context, GenCallback* callback,
                 PrimeTestStatus* status)
 {
-    if (!BN_is_odd(w))
-        return 0;
-    const Temporaries t(context);
-    if (!t.complete())
-        return 0;
-    if (!BN_copy(t.w1(), w) || !BN_sub_word(t.w1(), 1) || !BN_copy(t.w3(), w) ||
-        !BN_sub_word(t.w3(), 3))
-        return 0;
-    if (BN_is_zero(t.w3()) || BN_is_negative(t.w3()))
-        return 0;
-
-    int a = 1;
-    while (!BN_is_bit_set(t.w1(), a))
-        ++a;
-    if (!BN_rshift(t.m(), t.w1(), a))
-        return 0;
-    if (BN_num_bits(w) == constantTimeBits)
-        BN_set_flags(t.m(), BN_FLG_CONSTTIME);
-    const Montgomery montgomery(BN_MONT_CTX_new());
-    if (!montgomery || !BN_MONT_CTX_set(montgomery.get(), w, context))
-        return 0;
-    const Subject subject{w, a, montgomery.get(), context};
-
-    // docs/fixed-behaviour.md: negative-checks
-    if (checks == 0)
-        checks = iterationsFor(BN_num_bits(w));
-    for (int i = 0; i < checks; ++i) {
-        const Iteration iteration = runIteration(subject, t);
-        if (iteration == Iteration::failed)
-            return 0;
-        if (iteration == Iteration::composite) {
-            *status = primeTestComposite;
-            return 1;
-        }
-        if (!BN_GENCB_call(callback, iterationEvent, i))
-            return 0;
-    }
-    *status = primeTestProbablePrime;
-    return 1;
+    return testWith(w, checks, context, callback, status, nullptr);
 }

@@ -27,6 +27,20 @@ int iterationsFor(int bits);
 int isPrime(const BIGNUM* w, int checks, BN_CTX* context, int flag,
             GenCallback* callback);
 
+// The iteration after the one that was asked for, of a number whose iterations are
+// asked for one by one. Of one number alone.
+struct IterationAhead {
+    int wanted = 0;     // iterations still to come, the one asked for included
+    bool known = false; // the next one has been run already
+    bool passed = false;
+};
+
+// As isPrime with one check, for an odd number of at least 5 and a context. May run the
+// next iteration as well, two for less than the price of two, and then keeps its result
+// for the next call.
+int isPrimeInTurn(const BIGNUM* w, BN_CTX* context, GenCallback* callback,
+                  IterationAhead& ahead);
+
 // Runs `checks` iterations (as above) on `w`, each with a witness of its own
 // from getRandomBelow, and ends with the first that proves it composite.
 //

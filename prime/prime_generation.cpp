@@ -2,6 +2,7 @@
 
 #include "prime/events.h"
 #include "prime/miller_rabin.h"
+#include "prime/rejection.h"
 #include "prime/search_sieve.h"
 
 #include <memory>
@@ -25,12 +26,17 @@ Verdict testSafe(const BIGNUM* candidate, BIGNUM* half, int checks, int number,
     if (!BN_rshift1(half, candidate))
         return Verdict::failed;
     // docs/fixed-behaviour.md: alternating-test
+    IterationAhead ahead;
     for (int i = 0; i < checks; ++i) {
-        for (const BIGNUM* tested : {candidate, static_cast<const BIGNUM*>(half)}) {
-            const Verdict verdict = toVerdict(isPrime(tested, 1, context, 0, callback));
-            if (verdict != Verdict::accepted)
-                return verdict;
-        }
+        ahead.wanted = checks - i;
+        Verdict verdict =
+            toVerdict(BN_is_word(candidate, 7)
+                          ? isPrime(candidate, 1, context, 0, callback)
+                          : isPrimeInTurn(candidate, context, callback, ahead));
+        if (verdict == Verdict::accepted)
+            verdict = toVerdict(isPrime(half, 1, context, 0, callback));
+        if (verdict != Verdict::accepted)
+            return verdict;
         if (!BN_GENCB_call(callback, turnEvent, number))
             return Verdict::failed;
     }
@@ -69,15 +75,19 @@ int generatePrime(BIGNUM* candidate, int /*ignoredBits*/, int mode,
         return 0;
 
     SearchSieve sieve = makeSearchSieve(bits, planSieve(bits, mode));
+    Rejection rejection = makeRejection(context);
     for (int counter = 0;; ++counter) {
         if (!nextSievedCandidate(sieve, candidate, mode, residues.get(), context))
             return 0;
         if (!BN_GENCB_call(callback, candidateEvent, counter))
             return 0;
-        // A known factor stands in for the test that would find it composite. A test
-        // whose witnesses repeat might not.
+        // A known factor, or a strong test, stands in for the test that would find it
+        // composite. A test whose witnesses repeat might not.
         sieveSlice(sieve, context);
-        if (knowsFactor(sieve))
+        if (knowsFactor(sieve) || isProvenComposite(rejection, sieve, candidate, context))
+            continue;
+        if (sieve.plan.halves && BN_rshift1(half, candidate) &&
+            isHalfProvenComposite(rejection, sieve, half, context))
             continue;
         const Verdict verdict =
             safe ? testSafe(candidate, half, checks, counter, callback, context)

@@ -187,3 +187,13 @@ bool knowsFactor(const SearchSieve& sieve)
 {
     return sieve.start && isCrossedOff(sieve.composite, sieve.index);
 }
+
+std::uint32_t stepsToNextUnknown(const SearchSieve& sieve)
+{
+    if (!sieve.start)
+        return 0;
+    std::uint32_t next = nextLeft(sieve.rejected, sieve.index + 1);
+    while (next < endOf(sieve.rejected) && isCrossedOff(sieve.composite, next))
+        next = nextLeft(sieve.rejected, next + 1);
+    return next < endOf(sieve.rejected) ? next - sieve.index : 0;
+}

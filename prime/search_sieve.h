@@ -66,3 +66,8 @@ void sieveSlice(SearchSieve& sieve, BN_CTX* context);
 // Whether the sieve knows a factor of the candidate yielded last, or a factor of its
 // (p-1)/2, with halves. Never wrong, unlike a test whose witnesses repeat.
 bool knowsFactor(const SearchSieve& sieve);
+
+// How many steps after the candidate yielded last the next one lies of which the sieve
+// knows no factor; it will be yielded. 0 when there is none in the segment of the small
+// primes, and when the sieve is idle.
+std::uint32_t stepsToNextUnknown(const SearchSieve& sieve);

@@ -1,0 +1,89 @@
+#include "prime/rejection.h"
+
+#include "prime/exponentiation_way.h"
+
+#include <chrono>
+
+namespace
+{
+
+// Below it an iteration with a witness rejects as cheaply.
+constexpr int leastBits = 512;
+
+bool pays(const SearchSieve& sieve)
+{
+    return sieve.start && sieve.bits >= leastBits;
+}
+
+class Stopwatch
+{
+public:
+    double seconds() const
+    {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_)
+            .count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+StrongVerdict testTwo(Rejection& rejection, const SearchSieve& sieve,
+                      const BIGNUM* candidate, std::uint32_t steps, BN_CTX* context)
+{
+    if (!BN_copy(rejection.ahead, candidate) ||
+        !BN_add_word(rejection.ahead, std::uint64_t{steps} * sieve.plan.step))
+        return StrongVerdict::unknown;
+    const Stopwatch watch;
+    const auto verdicts =
+        strongTestOfTwo(rejection.tester, candidate, rejection.ahead, context);
+    noteExponentiations(ExponentiationWay::twoAtOnce, sieve.bits, 2, watch.seconds());
+    rejection.aheadIndex = sieve.index + steps;
+    rejection.aheadVerdict = verdicts[1];
+    return verdicts[0];
+}
+
+StrongVerdict testOne(const Rejection& rejection, const SearchSieve& sieve,
+                      const BIGNUM* number, ExponentiationWay way, BN_CTX* context)
+{
+    const Stopwatch watch;
+    const StrongVerdict verdict = strongTest(rejection.tester, number, way, context);
+    noteExponentiations(way, sieve.bits, 1, watch.seconds());
+    return verdict;
+}
+
+} // namespace
+
+Rejection makeRejection(BN_CTX* context)
+{
+    return {makeStrongTester(), BN_CTX_get(context)};
+}
+
+bool isProvenComposite(Rejection& rejection, const SearchSieve& sieve,
+                       const BIGNUM* candidate, BN_CTX* context)
+{
+    if (!pays(sieve))
+        return false;
+    if (rejection.aheadVerdict != StrongVerdict::unknown &&
+        rejection.aheadIndex == sieve.index) {
+        const StrongVerdict verdict = rejection.aheadVerdict;
+        rejection.aheadVerdict = StrongVerdict::unknown;
+        return verdict == StrongVerdict::composite;
+    }
+    ExponentiationWay way = rejectionWay(sieve.bits);
+    if (way == ExponentiationWay::twoAtOnce) {
+        const std::uint32_t steps = stepsToNextUnknown(sieve);
+        if (steps != 0 && rejection.ahead)
+            return testTwo(rejection, sieve, candidate, steps, context) ==
+                   StrongVerdict::composite;
+        way = singleWay(sieve.bits, true);
+    }
+    return testOne(rejection, sieve, candidate, way, context) == StrongVerdict::composite;
+}
+
+bool isHalfProvenComposite(const Rejection& rejection, const SearchSieve& sieve,
+                           const BIGNUM* half, BN_CTX* context)
+{
+    return pays(sieve) && strongTest(rejection.tester, half, singleWay(sieve.bits, true),
+                                     context) == StrongVerdict::composite;
+}

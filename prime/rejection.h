@@ -1,0 +1,30 @@
+// Rejections without a witness: what a search proves composite before it would test it.
+#pragma once
+
+#include "prime/search_sieve.h"
+#include "prime/strong_test.h"
+
+#include <cstdint>
+
+// Of one search. Sieve and rejection go together from candidate to candidate.
+struct Rejection {
+    StrongTester tester;
+    // The later candidate that was tested together with one before it.
+    BIGNUM* ahead = nullptr; // scratch of the search's context
+    std::uint32_t aheadIndex = 0;
+    StrongVerdict aheadVerdict = StrongVerdict::unknown; // unknown: there is none
+};
+
+// `context` lends the scratch, which the caller's frame gives back.
+Rejection makeRejection(BN_CTX* context);
+
+// Whether a strong test proves the candidate that `sieve` yielded last composite.
+// Never true of a prime; false when no test pays at this size, when the sieve is idle
+// and when a library call fails. May test a later candidate as well, and then remembers
+// that verdict.
+bool isProvenComposite(Rejection& rejection, const SearchSieve& sieve,
+                       const BIGNUM* candidate, BN_CTX* context);
+
+// The same of `half`, (p-1)/2 of a candidate p.
+bool isHalfProvenComposite(const Rejection& rejection, const SearchSieve& sieve,
+                           const BIGNUM* half, BN_CTX* context);
