@@ -165,6 +165,27 @@ struct Iterations {
     std::array<Iteration, 2> results{};
 };
 
+// The iteration of the witness drawn, and one of a second witness if the first passes.
+Iterations runTwoIterations(const Subject& subject, const Temporaries& t,
+                            const SecondWitness& second)
+{
+    Iterations iterations{1, {Iteration::failed, Iteration::failed}};
+    auto& [first, next] = iterations.results;
+    const bool drawn = drawWitness(second.witness(), t);
+    if (!drawn)
+        first = runIteration(subject, t);
+    else if (BN_mod_exp_mont_consttime_x2(
+                 t.z(), t.witness(), t.m(), subject.w, subject.montgomery, second.z(),
+                 second.witness(), t.m(), subject.w, subject.montgomery, subject.context))
+        first = judge(subject, t);
+    if (first == Iteration::passed) {
+        iterations.count = 2;
+        if (drawn && BN_copy(t.z(), second.z()))
+            next = judge(subject, t);
+    }
+    return iterations;
+}
+
 // Runs the next iteration, and the one after it where `wanted` is 2 or more and two at
 // once are the fastest.
 Iterations runIterations(const Subject& subject, const Temporaries& t, int wanted)
@@ -174,20 +195,8 @@ Iterations runIterations(const Subject& subject, const Temporaries& t, int wante
     if (wanted >= 2 &&
         witnessWay(BN_num_bits(subject.w)) == ExponentiationWay::twoAtOnce) {
         const SecondWitness second(subject.context);
-        // Without a second witness the next iteration fails by itself.
-        if (second.complete() && drawWitness(second.witness(), t)) {
-            if (!BN_mod_exp_mont_consttime_x2(t.z(), t.witness(), t.m(), subject.w,
-                                              subject.montgomery, second.z(),
-                                              second.witness(), t.m(), subject.w,
-                                              subject.montgomery, subject.context))
-                return {1, {Iteration::failed}};
-            const Iteration first = judge(subject, t);
-            if (first != Iteration::passed)
-                return {1, {first}};
-            if (!BN_copy(t.z(), second.z()))
-                return {2, {first, Iteration::failed}};
-            return {2, {first, judge(subject, t)}};
-        }
+        if (second.complete())
+            return runTwoIterations(subject, t, second);
     }
     return {1, {runIteration(subject, t)}};
 }

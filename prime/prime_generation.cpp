@@ -29,10 +29,7 @@ Verdict testSafe(const BIGNUM* candidate, BIGNUM* half, int checks, int number,
     IterationAhead ahead;
     for (int i = 0; i < checks; ++i) {
         ahead.wanted = checks - i;
-        Verdict verdict =
-            toVerdict(BN_is_word(candidate, 7)
-                          ? isPrime(candidate, 1, context, 0, callback)
-                          : isPrimeInTurn(candidate, context, callback, ahead));
+        Verdict verdict = toVerdict(isPrimeInTurn(candidate, context, callback, ahead));
         if (verdict == Verdict::accepted)
             verdict = toVerdict(isPrime(half, 1, context, 0, callback));
         if (verdict != Verdict::accepted)
@@ -86,8 +83,8 @@ int generatePrime(BIGNUM* candidate, int /*ignoredBits*/, int mode,
         sieveSlice(sieve, context);
         if (knowsFactor(sieve) || isProvenComposite(rejection, sieve, candidate, context))
             continue;
-        if (sieve.plan.halves && BN_rshift1(half, candidate) &&
-            isHalfProvenComposite(rejection, sieve, half, context))
+        if (sieve.plan.halves &&
+            isHalfProvenComposite(rejection, sieve, candidate, half, context))
             continue;
         const Verdict verdict =
             safe ? testSafe(candidate, half, checks, counter, callback, context)

@@ -82,8 +82,9 @@ bool isProvenComposite(Rejection& rejection, const SearchSieve& sieve,
 }
 
 bool isHalfProvenComposite(const Rejection& rejection, const SearchSieve& sieve,
-                           const BIGNUM* half, BN_CTX* context)
+                           const BIGNUM* candidate, BIGNUM* half, BN_CTX* context)
 {
-    return pays(sieve) && strongTest(rejection.tester, half, singleWay(sieve.bits, true),
-                                     context) == StrongVerdict::composite;
+    return pays(sieve) && BN_rshift1(half, candidate) &&
+           strongTest(rejection.tester, half, singleWay(sieve.bits, true), context) ==
+               StrongVerdict::composite;
 }

@@ -25,6 +25,6 @@ Rejection makeRejection(BN_CTX* context);
 bool isProvenComposite(Rejection& rejection, const SearchSieve& sieve,
                        const BIGNUM* candidate, BN_CTX* context);
 
-// The same of `half`, (p-1)/2 of a candidate p.
+// The same of (p-1)/2 of the candidate p, which `half` receives.
 bool isHalfProvenComposite(const Rejection& rejection, const SearchSieve& sieve,
-                           const BIGNUM* half, BN_CTX* context);
+                           const BIGNUM* candidate, BIGNUM* half, BN_CTX* context);

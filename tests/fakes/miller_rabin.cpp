@@ -21,6 +21,13 @@ int isPrime(const BIGNUM* w, int checks, BN_CTX* context, int flag, GenCallback*
     return fakeIsPrime(w, checks, context, flag, callback);
 }
 
+// Runs no iteration ahead.
+int isPrimeInTurn(const BIGNUM* w, BN_CTX* context, GenCallback* callback,
+                  IterationAhead& /*ahead*/)
+{
+    return fakeIsPrime(w, 1, context, 0, callback);
+}
+
 // Only isPrime calls it.
 int millerRabin(const BIGNUM* /*w*/, int /*checks*/, BN_CTX* /*context*/,
                 GenCallback* /*callback*/, PrimeTestStatus* /*status*/)

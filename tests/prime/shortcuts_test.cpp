@@ -6,6 +6,7 @@
 #include "prime/prime_generation.h"
 #include "tests/fakes/random_bytes.h"
 #include "tests/plain/plain_prime_generation.h"
+#include "tests/prime/compared_search.h"
 #include "tests/prime/engine.h"
 #include "tests/support/event_trace.h"
 #include "tests/support/gmp_oracle.h"
@@ -32,81 +33,12 @@ std::ostream& operator<<(std::ostream& out, const Row& row)
                << " bits";
 }
 
-struct Search {
-    std::string base;
-    int mode;
-    // The number of the event that is refused with all after it; -1: none.
-    int stopAt;
-    // The candidate whose event 0 is refused; -1: none.
-    int stopAtCandidate;
-    std::uint32_t seed;
-};
-
-struct Outcome {
-    int result;
-    std::string candidate;
-    std::vector<Event> events;
-
-    friend bool operator==(const Outcome&, const Outcome&) = default;
-};
-
-// `generate` is generatePrime or plainGeneratePrime.
-Outcome run(const Search& search, decltype(generatePrime)& generate)
-{
-    fakeRandomBytes = [generator = std::mt19937(search.seed)](
-                          std::uint8_t* buffer, std::int32_t count) mutable {
-        std::generate_n(buffer, count, [&generator] {
-            return static_cast<std::uint8_t>(generator() >> 24);
-        });
-        return count;
-    };
-    EventTrace trace;
-    trace.refuses = [&](const Event& event) {
-        if (event.code == 0 && event.value == search.stopAtCandidate)
-            return true;
-        return search.stopAt >= 0 &&
-               trace.events.size() > static_cast<std::size_t>(search.stopAt);
-    };
-    const BigNumber candidate = fromHex(search.base);
-    const Context context = newContext();
-    const int result = generate(candidate.get(), 0, search.mode, nullptr, nullptr,
-                                trace.callback(), context.get());
-    return {result, toHex(candidate.get()), trace.events};
-}
-
-// The events but those that an unwatched search may leave out.
-std::vector<Event> seen(std::vector<Event> events)
-{
-    std::erase_if(events, [](const Event& event) { return event.code == 1; });
-    return events;
-}
-
 class Shortcuts : public testing::TestWithParam<Row>
 {
 protected:
     void TearDown() override
     {
         eventsUnwatched = false;
-    }
-
-    static void compare(const Search& search)
-    {
-        eventsUnwatched = false;
-        const Outcome plain = run(search, plainGeneratePrime);
-        ASSERT_EQ(plain, run(search, generatePrime))
-            << "watched, from " << search.base << ", mode " << search.mode << ", stop at "
-            << search.stopAt;
-        if (search.stopAt < 0)
-            compareUnwatched(search, plain);
-    }
-
-    static void compareUnwatched(const Search& search, const Outcome& plain)
-    {
-        eventsUnwatched = true;
-        const Outcome unwatched = run(search, generatePrime);
-        ASSERT_EQ(plain.result, unwatched.result);
-        ASSERT_EQ(plain.candidate, unwatched.candidate) << "unwatched, " << search.base;
-        ASSERT_EQ(seen(plain.events), seen(unwatched.events));
     }
 
     // One search to its end, one stopped at a random event, one at a random candidate.
@@ -117,9 +49,9 @@ protected:
         for (int i = 0; i < count && !HasFatalFailure(); ++i) {
             const auto seed = static_cast<std::uint32_t>(generator());
             const std::string base = oracle::randomNumber(bits, seed);
-            compare({base, mode, -1, -1, seed});
-            compare({base, mode, static_cast<int>(generator() % 100), -1, seed});
-            compare({base, mode, -1, static_cast<int>(generator() % 30), seed});
+            compareWithPlain({base, mode, -1, -1, seed});
+            compareWithPlain({base, mode, static_cast<int>(generator() % 100), -1, seed});
+            compareWithPlain({base, mode, -1, static_cast<int>(generator() % 30), seed});
         }
     }
 };
@@ -162,8 +94,8 @@ TEST_P(ShortcutsOfLargeSizes, ChangeNothingInTheFirstCandidates)
 {
     const SearchSize size(GetParam().bits);
     const std::string base = oracle::randomNumber(GetParam().bits, 5);
-    compare({base, modeFromBase, -1, GetParam().plain, 5});
-    compare({base, modeFromBase | modeSafe, -1, GetParam().safe, 5});
+    compareWithPlain({base, modeFromBase, -1, GetParam().plain, 5});
+    compareWithPlain({base, modeFromBase | modeSafe, -1, GetParam().safe, 5});
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, ShortcutsOfLargeSizes,
