@@ -192,8 +192,8 @@ std::uint32_t stepsToNextUnknown(const SearchSieve& sieve)
 {
     if (!sieve.start)
         return 0;
-    std::uint32_t next = nextLeft(sieve.rejected, sieve.index + 1);
-    while (next < endOf(sieve.rejected) && isCrossedOff(sieve.composite, next))
-        next = nextLeft(sieve.rejected, next + 1);
-    return next < endOf(sieve.rejected) ? next - sieve.index : 0;
+    std::uint32_t later = nextLeft(sieve.rejected, sieve.index + 1);
+    while (later < endOf(sieve.rejected) && isCrossedOff(sieve.composite, later))
+        later = nextLeft(sieve.rejected, later + 1);
+    return later < endOf(sieve.rejected) ? later - sieve.index : 0;
 }
