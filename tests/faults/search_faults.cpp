@@ -289,8 +289,15 @@ void failInSearch(const Scenario& scenario, const Target& target)
     eventsUnwatched = false;
 }
 
+// The strong tests of a search make ten thousands of calls, nearly all of three
+// functions: of all calls one in so many fails, and the first ones of each function.
+constexpr int strongTestStep = 101;
+
 void failInSearches(int bits, bool safe)
 {
+    const int givenStep = faultStep;
+    if (hasStrongTest({bits, safe, true}))
+        faultStep = std::max(faultStep, strongTestStep);
     const auto seed = static_cast<std::uint32_t>(bits);
     const Target drawn = targetDrawn(bits, safe, seed);
     const Target above = targetAbove(bits, safe, seed);
@@ -302,6 +309,7 @@ void failInSearches(int bits, bool safe)
     if (bits == 64 || bits == 264)
         for (const int event : {1, 2, 3, 4})
             failInSearch({bits, safe, true, false, event}, above);
+    faultStep = givenStep;
 }
 
 // A worker that searches 64 bits. The first release of its semaphore stops it.
