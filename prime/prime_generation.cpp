@@ -72,7 +72,7 @@ int generatePrime(BIGNUM* candidate, int /*ignoredBits*/, int mode,
         return 0;
 
     SearchSieve sieve = makeSearchSieve(bits, planSieve(bits, mode));
-    Rejection rejection = makeRejection(context);
+    Rejection rejection = makeRejection(sieve);
     for (int counter = 0;; ++counter) {
         if (!nextSievedCandidate(sieve, candidate, mode, residues.get(), context))
             return 0;

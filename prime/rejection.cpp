@@ -10,9 +10,14 @@ namespace
 // Below it an iteration with a witness rejects as cheaply.
 constexpr int leastBits = 512;
 
+bool mayPay(const SearchSieve& sieve)
+{
+    return sieve.plan.reach > 0 && sieve.bits >= leastBits;
+}
+
 bool pays(const SearchSieve& sieve)
 {
-    return sieve.start && sieve.bits >= leastBits;
+    return sieve.start && mayPay(sieve);
 }
 
 class Stopwatch
@@ -31,12 +36,12 @@ private:
 StrongVerdict testTwo(Rejection& rejection, const SearchSieve& sieve,
                       const BIGNUM* candidate, std::uint32_t steps, BN_CTX* context)
 {
-    if (!BN_copy(rejection.ahead, candidate) ||
-        !BN_add_word(rejection.ahead, std::uint64_t{steps} * sieve.plan.step))
+    if (!BN_copy(rejection.ahead.get(), candidate) ||
+        !BN_add_word(rejection.ahead.get(), std::uint64_t{steps} * sieve.plan.step))
         return StrongVerdict::unknown;
     const Stopwatch watch;
     const auto verdicts =
-        strongTestOfTwo(rejection.tester, candidate, rejection.ahead, context);
+        strongTestOfTwo(rejection.tester, candidate, rejection.ahead.get(), context);
     noteExponentiations(ExponentiationWay::twoAtOnce, sieve.bits, 2, watch.seconds());
     rejection.aheadIndex = sieve.index + steps;
     rejection.aheadVerdict = verdicts[1];
@@ -54,9 +59,14 @@ StrongVerdict testOne(const Rejection& rejection, const SearchSieve& sieve,
 
 } // namespace
 
-Rejection makeRejection(BN_CTX* context)
+Rejection makeRejection(const SearchSieve& sieve)
 {
-    return {makeStrongTester(), BN_CTX_get(context)};
+    Rejection rejection;
+    if (mayPay(sieve)) {
+        rejection.tester = makeStrongTester();
+        rejection.ahead.reset(BN_new());
+    }
+    return rejection;
 }
 
 bool isProvenComposite(Rejection& rejection, const SearchSieve& sieve,

@@ -10,13 +10,15 @@
 struct Rejection {
     StrongTester tester;
     // The later candidate that was tested together with one before it.
-    BIGNUM* ahead = nullptr; // scratch of the search's context
+    // Its memory is its own: a context of libcrypto that could not give a number gives
+    // nothing more in that frame, and every test of the search would fail.
+    SecretNumber ahead;
     std::uint32_t aheadIndex = 0;
     StrongVerdict aheadVerdict = StrongVerdict::unknown; // unknown: there is none
 };
 
-// `context` lends the scratch, which the caller's frame gives back.
-Rejection makeRejection(BN_CTX* context);
+// For the search of `sieve`. Where memory is short, fewer or no tests are made.
+Rejection makeRejection(const SearchSieve& sieve);
 
 // Whether a strong test proves the candidate that `sieve` yielded last composite.
 // Never true of a prime; false when no test pays at this size, when the sieve is idle

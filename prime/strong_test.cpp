@@ -78,7 +78,7 @@ bool powerBySquarings(const Subject& subject, const Temporaries& t)
 {
     const int bits = BN_num_bits(t.m());
     const auto size = static_cast<unsigned>(BN_num_bits(subject.w) - 1);
-    const int first = std::bit_width(size) - 1;
+    const int first = static_cast<int>(std::bit_width(size)) - 1;
     int power = 0;
     for (int i = 1; i <= first; ++i)
         power = 2 * power + BN_is_bit_set(t.m(), bits - i);

@@ -33,8 +33,7 @@ protected:
     void checkCandidates(int bits, const SievePlan& plan, int mode, int count)
     {
         SearchSieve sieve = makeSearchSieve(bits, plan);
-        const ContextFrame frame(context.get());
-        Rejection rejection = makeRejection(context.get());
+        Rejection rejection = makeRejection(sieve);
         const BigNumber candidate = fromHex(oracle::randomNumber(bits, 5));
         int left = 0;
         for (int i = 0; i < count; ++i) {
@@ -79,10 +78,9 @@ TEST_P(Rejections, RememberNothingAcrossStarts)
 
 TEST_P(Rejections, MakeNoTestBelow512BitsAndWithoutASieve)
 {
-    const ContextFrame frame(context.get());
-    Rejection rejection = makeRejection(context.get());
     for (const auto& [bits, mode] : {std::pair{256, modeFromBase}, std::pair{512, 0}}) {
         SearchSieve sieve = makeSearchSieve(bits, planSieve(bits, mode));
+        Rejection rejection = makeRejection(sieve);
         const BigNumber candidate = fromHex(oracle::randomNumber(bits, 5));
         for (int i = 0; i < 20; ++i) {
             ASSERT_EQ(1, nextSievedCandidate(sieve, candidate.get(), mode,
@@ -98,8 +96,7 @@ TEST_P(Rejections, ProveHalvesCompositeToo)
 {
     const int mode = modeFromBase | modeSafe;
     SearchSieve sieve = makeSearchSieve(512, planSieve(512, mode));
-    const ContextFrame frame(context.get());
-    const Rejection rejection = makeRejection(context.get());
+    const Rejection rejection = makeRejection(sieve);
     const BigNumber candidate = fromHex(oracle::randomNumber(512, 5));
     ASSERT_EQ(1, nextSievedCandidate(sieve, candidate.get(), mode, residues.data(),
                                      context.get()));
