@@ -1,6 +1,8 @@
 // Owners of libcrypto's objects: each releases what it holds on every way out.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <memory>
 #include <openssl/bn.h>
 
@@ -67,4 +69,40 @@ public:
 
 private:
     BN_CTX* context_;
+};
+
+// Numbers that a context lends in a frame of their own. They are wiped when they go back.
+template <std::size_t count>
+class LentNumbers
+{
+public:
+    explicit LentNumbers(BN_CTX* context)
+        : frame_(context)
+    {
+        for (BIGNUM*& number : numbers_)
+            number = BN_CTX_get(context);
+    }
+    LentNumbers(const LentNumbers&) = delete;
+    LentNumbers& operator=(const LentNumbers&) = delete;
+    ~LentNumbers()
+    {
+        for (BIGNUM* number : numbers_)
+            if (number)
+                BN_clear(number);
+    }
+
+    // Whether there was memory for all. A context that failed once gives nothing more:
+    // the last one tells.
+    bool complete() const
+    {
+        return numbers_.back() != nullptr;
+    }
+    BIGNUM* operator[](std::size_t index) const
+    {
+        return numbers_[index];
+    }
+
+private:
+    ContextFrame frame_;
+    std::array<BIGNUM*, count> numbers_{};
 };

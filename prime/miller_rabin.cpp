@@ -9,59 +9,39 @@
 namespace
 {
 
-// The test's big numbers, taken from the context and wiped when it ends.
-class Temporaries
-{
-public:
+// The test's big numbers. The first is taken and not used.
+// docs/fixed-behaviour.md: spare-number
+struct Temporaries {
     explicit Temporaries(BN_CTX* context)
-        : frame_(context)
+        : numbers(context)
     {
-        for (BIGNUM*& number : numbers_)
-            number = BN_CTX_get(context);
     }
-    Temporaries(const Temporaries&) = delete;
-    Temporaries& operator=(const Temporaries&) = delete;
-    ~Temporaries()
-    {
-        for (BIGNUM* number : numbers_)
-            if (number)
-                BN_clear(number);
-    }
-
-    // A context that failed once gives nothing more: the last one tells.
-    bool complete() const
-    {
-        return numbers_.back() != nullptr;
-    }
-    // The first is taken and not used. docs/fixed-behaviour.md: spare-number
     BIGNUM* w1() const
     {
-        return numbers_[1];
+        return numbers[1];
     }
     BIGNUM* w3() const
     {
-        return numbers_[2];
+        return numbers[2];
     }
     BIGNUM* x() const
     {
-        return numbers_[3];
+        return numbers[3];
     }
     BIGNUM* m() const
     {
-        return numbers_[4];
+        return numbers[4];
     }
     BIGNUM* z() const
     {
-        return numbers_[5];
+        return numbers[5];
     }
     BIGNUM* witness() const
     {
-        return numbers_[6];
+        return numbers[6];
     }
 
-private:
-    ContextFrame frame_;
-    std::array<BIGNUM*, 7> numbers_{};
+    LentNumbers<7> numbers;
 };
 
 // One number under test: w - 1 = 2^a * m with m odd, and the Montgomery form
@@ -122,41 +102,21 @@ Iteration runIteration(const Subject& subject, const Temporaries& t)
 }
 
 // The second witness of an iteration, and its power.
-class SecondWitness
-{
-public:
+struct SecondWitness {
     explicit SecondWitness(BN_CTX* context)
-        : frame_(context)
-        , witness_(BN_CTX_get(context))
-        , z_(BN_CTX_get(context))
+        : numbers(context)
     {
-    }
-    SecondWitness(const SecondWitness&) = delete;
-    SecondWitness& operator=(const SecondWitness&) = delete;
-    ~SecondWitness()
-    {
-        for (BIGNUM* number : {witness_, z_})
-            if (number)
-                BN_clear(number);
-    }
-
-    bool complete() const
-    {
-        return z_ != nullptr;
     }
     BIGNUM* witness() const
     {
-        return witness_;
+        return numbers[0];
     }
     BIGNUM* z() const
     {
-        return z_;
+        return numbers[1];
     }
 
-private:
-    ContextFrame frame_;
-    BIGNUM* witness_;
-    BIGNUM* z_;
+    LentNumbers<2> numbers;
 };
 
 // One or two iterations in turn.
@@ -195,7 +155,7 @@ Iterations runIterations(const Subject& subject, const Temporaries& t, int wante
     if (wanted >= 2 &&
         witnessWay(BN_num_bits(subject.w)) == ExponentiationWay::twoAtOnce) {
         const SecondWitness second(subject.context);
-        if (second.complete())
+        if (second.numbers.complete())
             return runTwoIterations(subject, t, second);
     }
     return {1, {runIteration(subject, t)}};
@@ -208,7 +168,7 @@ int testWith(const BIGNUM* w, int checks, BN_CTX* context, GenCallback* callback
     if (!BN_is_odd(w))
         return 0;
     const Temporaries t(context);
-    if (!t.complete())
+    if (!t.numbers.complete())
         return 0;
     if (!BN_copy(t.w1(), w) || !BN_sub_word(t.w1(), 1) || !BN_copy(t.w3(), w) ||
         !BN_sub_word(t.w3(), 3))

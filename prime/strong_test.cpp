@@ -5,52 +5,31 @@
 namespace
 {
 
-// The big numbers of the test of one number, taken from the context and wiped when
-// it ends.
-class Temporaries
-{
-public:
+// The big numbers of the test of one number.
+struct Temporaries {
     explicit Temporaries(BN_CTX* context)
-        : frame_(context)
+        : numbers(context)
     {
-        for (BIGNUM*& number : numbers_)
-            number = BN_CTX_get(context);
-    }
-    Temporaries(const Temporaries&) = delete;
-    Temporaries& operator=(const Temporaries&) = delete;
-    ~Temporaries()
-    {
-        for (BIGNUM* number : numbers_)
-            if (number)
-                BN_clear(number);
-    }
-
-    // A context that failed once gives nothing more: the last one tells.
-    bool complete() const
-    {
-        return numbers_.back() != nullptr;
     }
     BIGNUM* m() const
     {
-        return numbers_[0];
+        return numbers[0];
     }
     BIGNUM* z() const
     {
-        return numbers_[1];
+        return numbers[1];
     }
     // 1 and w - 1, as residues or in Montgomery form.
     BIGNUM* one() const
     {
-        return numbers_[2];
+        return numbers[2];
     }
     BIGNUM* minusOne() const
     {
-        return numbers_[3];
+        return numbers[3];
     }
 
-private:
-    ContextFrame frame_;
-    std::array<BIGNUM*, 4> numbers_{};
+    LentNumbers<4> numbers;
 };
 
 // w - 1 = 2^a * m with m odd.
@@ -63,7 +42,7 @@ struct Subject {
 
 bool prepare(Subject& subject, const Temporaries& t)
 {
-    if (!t.complete() || !BN_copy(t.z(), subject.w) || !BN_sub_word(t.z(), 1))
+    if (!t.numbers.complete() || !BN_copy(t.z(), subject.w) || !BN_sub_word(t.z(), 1))
         return false;
     subject.a = 1;
     while (!BN_is_bit_set(t.z(), subject.a))
