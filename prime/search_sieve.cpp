@@ -141,15 +141,16 @@ SearchSieve makeSearchSieve(int bits, const SievePlan& plan)
     SearchSieve sieve;
     sieve.bits = bits;
     sieve.plan = plan;
-    if (plan.reach == 0)
+    sieve.memory = reserveSieveMemory(sieve.plan);
+    if (sieve.plan.reach == 0)
         return sieve;
     assert(plan.reach % plan.segmentLength == 0 && plan.smallCount <= plan.primeCount);
     sieve.scratch = {BigNumber(BN_new()), SecretNumber(BN_new())};
     if (!sieve.scratch.product || !sieve.scratch.remainder ||
         !allocateSecret(sieve.smallNext, plan.smallCount) ||
         !allocateSecret(sieve.indices, largerAtOnce) ||
-        !allocateSegment(sieve.rejected, plan.segmentLength) ||
-        !allocateSegment(sieve.composite, plan.reach))
+        !allocateSegment(sieve.rejected, sieve.plan.segmentLength) ||
+        !allocateSegment(sieve.composite, sieve.plan.reach))
         sieve.plan.reach = 0;
     return sieve;
 }

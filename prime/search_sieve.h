@@ -12,6 +12,7 @@
 
 #include "prime/secret_array.h"
 #include "prime/segment.h"
+#include "prime/sieve_memory.h"
 #include "prime/sieve_plan.h"
 #include "prime/sieve_primes.h"
 #include "prime/word_residues.h"
@@ -26,6 +27,7 @@ inline constexpr std::size_t largerAtOnce = 1024;
 struct SearchSieve {
     int bits = 0;
     SievePlan plan;
+    SieveMemory memory; // of both segments
     SecretNumber start; // null: the sieve is idle and knows nothing
 
     // While there is a start: the candidate yielded last is start + index * step. It
@@ -49,8 +51,8 @@ struct SearchSieve {
     ResidueScratch scratch;
 };
 
-// The sieve of a search of this size by this plan. Idle for good when the plan has no
-// reach or memory is short.
+// The sieve of a search of this size by this plan, with shorter segments where many
+// sieves share the process. Idle for good when the plan has no reach or memory is short.
 SearchSieve makeSearchSieve(int bits, const SievePlan& plan);
 
 // Does what nextCandidate does with modeFromBase: the same candidates in the
