@@ -9,6 +9,7 @@
 #include "prime/miller_rabin.h"
 
 #include "tests/prime/engine.h"
+#include "tests/prime/published_pseudoprimes.h"
 #include "tests/prime/random_draws.h"
 #include "tests/prime/related_primes.h"
 #include "tests/support/gmp_oracle.h"
@@ -113,23 +114,9 @@ TEST(SmallestStrongPseudoprime, PassesWithTheFirstPrimesAndNoFurther)
     }
 }
 
-// F. Arnault, Rabin-Miller primality test: composite numbers which pass it, Mathematics
-// of Computation 64 (1995): of 397 digits, passes with every prime below 307.
 TEST(ArnaultsNumber, PassesWithEveryPrimeBelow307)
 {
-    const BigNumber first = fromHex(hexOf("29674495668685510550154174642905332730771991"
-                                          "79985304335099507553127683875317177019959423"
-                                          "8596428121188033664754218345562493168782883"));
-    const Context context = newContext();
-    const BigNumber product(BN_dup(first.get()));
-    for (const BN_ULONG multiplier : {313UL, 353UL}) {
-        const BigNumber factor(BN_dup(first.get()));
-        BN_sub_word(factor.get(), 1);
-        BN_mul_word(factor.get(), multiplier);
-        BN_add_word(factor.get(), 1);
-        BN_mul(product.get(), product.get(), factor.get(), context.get());
-    }
-    const std::string number = toHex(product.get());
+    const std::string number = arnaultsNumber();
     for (unsigned long prime = 2; prime < 307; prime = oracle::primeAbove(prime))
         EXPECT_TRUE(passes(number, static_cast<int>(prime))) << prime;
     EXPECT_FALSE(passes(number, 307));

@@ -3,13 +3,9 @@
 // factor. And that they differ nowhere else.
 #include "prime/shortcuts.h"
 
-#include "prime/prime_generation.h"
 #include "prime/sieve_primes.h"
-#include "tests/fakes/clock.h"
-#include "tests/plain/plain_prime_generation.h"
-#include "tests/prime/engine.h"
 #include "tests/prime/related_primes.h"
-#include "tests/support/event_trace.h"
+#include "tests/prime/standing_clocks.h"
 #include "tests/support/gmp_oracle.h"
 #include "tests/support/prime_check.h"
 
@@ -21,7 +17,6 @@ namespace
 {
 
 constexpr int bits = 256;
-constexpr std::int64_t fixedTime = 1'700'000'000;
 
 // A number with this factor, between the small primes and those of the sieve's first
 // slice, that passes with the witness that belongs to this clock.
@@ -45,67 +40,11 @@ constexpr Made madeNumbers[] = {
     {1025, "E0803820EE898C63B2F8DE4F9FA115D77576117C230BD89E42AC9E17715BB105", 449},
     {1658, "D16457ABD6BC59D338F62A1A37C5BC8E1C6457ABD5EAF57B8DF0D2E9758AF17D", 1249}};
 
-struct Outcome {
-    int result;
-    std::string number;
-    std::vector<Event> events;
-
-    friend bool operator==(const Outcome&, const Outcome&) = default;
-};
-
-Outcome searchWith(decltype(generatePrime)& generate, const std::string& base, int mode)
-{
-    EventTrace trace;
-    const BigNumber candidate = fromHex(base);
-    const Context context = newContext();
-    const int result = generate(candidate.get(), 0, mode, nullptr, nullptr,
-                                trace.callback(), context.get());
-    return {result, toHex(candidate.get()), trace.events};
-}
-
-Outcome search(const std::string& base, int mode = modeFromBase)
-{
-    return searchWith(generatePrime, base, mode);
-}
-
-Outcome searchPlainly(const std::string& base, int mode = modeFromBase)
-{
-    return searchWith(plainGeneratePrime, base, mode);
-}
-
-class ClocksThatStandStill : public testing::Test
-{
-protected:
-    ClocksThatStandStill()
-        : size_(bits)
-    {
-        fakeCalendarTime = [] {
-            return fixedTime;
-        };
-    }
-    ~ClocksThatStandStill() override
-    {
-        stopAt(0);
-        fakeCalendarTime = [] {
-            return std::int64_t{0};
-        };
-    }
-
-    static void stopAt(std::int32_t clock)
-    {
-        fakeProcessClock = [clock] {
-            return clock;
-        };
-    }
-
-private:
-    SearchSize size_;
-};
-
 class MadeNumber : public ClocksThatStandStill, public testing::WithParamInterface<Made>
 {
 protected:
     MadeNumber()
+        : ClocksThatStandStill(bits)
     {
         stopAt(GetParam().clock);
     }
@@ -154,10 +93,9 @@ INSTANTIATE_TEST_SUITE_P(AllOfThem, MadeNumber, testing::ValuesIn(madeNumbers));
 class OtherNumbers : public ClocksThatStandStill
 {
 protected:
-    static void expectTheSame(const std::string& base, int mode = modeFromBase)
+    OtherNumbers()
+        : ClocksThatStandStill(bits)
     {
-        EXPECT_EQ(searchPlainly(base, mode), search(base, mode))
-            << base << ", mode " << mode << ", clock " << fakeProcessClock();
     }
 };
 
