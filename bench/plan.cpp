@@ -1,12 +1,13 @@
 // Measures what the sieve's plan rests on: how many larger primes can be sieved in the
-// time of one exponentiation of a size. Prints the table of costs and the plan that
-// follows from it.
+// time of one rejection of a size, by an iteration with a witness and by the fastest way.
+// Prints the table of costs and the plan that follows from it.
 #include "bench/bare_exponentiation.h"
 #include "bench/bases.h"
 #include "bench/cpu_time.h"
 #include "prime/candidate_sieve.h"
 #include "prime/search_sieve.h"
 #include "prime/shortcuts.h"
+#include "prime/strong_test.h"
 
 #include <algorithm>
 #include <array>
@@ -37,6 +38,45 @@ double secondsOfAnExponentiation(int bits)
     return (cpuSeconds() - start) / count;
 }
 
+struct Rejections {
+    const char* way;
+    double seconds; // for one of them
+};
+
+// By the fastest way of strong test.
+Rejections fastestRejections(int bits)
+{
+    struct Row {
+        ExponentiationWay way;
+        const char* name;
+    };
+    constexpr Row rows[] = {{ExponentiationWay::slidingWindow, "sliding window"},
+                            {ExponentiationWay::constantTime, "constant time"},
+                            {ExponentiationWay::twoAtOnce, "two at once"},
+                            {ExponentiationWay::squarings, "squarings"}};
+    const Context context(BN_CTX_new());
+    const StrongTester tester = makeStrongTester();
+    const BigNumber number = makeBase(bits, mode, 0);
+    if (!context || !BN_set_bit(number.get(), 0))
+        throw std::bad_alloc();
+    const int count = std::max(1, 20'000'000 / (bits * bits / 1000 * bits));
+    Rejections fastest{"", 0};
+    for (const auto& [way, name] : rows) {
+        const bool two = way == ExponentiationWay::twoAtOnce;
+        const double start = cpuSeconds();
+        for (int i = 0; i < count; ++i)
+            if ((two ? strongTestOfTwo(tester, number.get(), number.get(),
+                                       context.get())[0]
+                     : strongTest(tester, number.get(), way, context.get())) ==
+                StrongVerdict::unknown)
+                throw std::bad_alloc();
+        const double seconds = (cpuSeconds() - start) / count / (two ? 2 : 1);
+        if (fastest.seconds == 0 || seconds < fastest.seconds)
+            fastest = {name, seconds};
+    }
+    return fastest;
+}
+
 // The time for one prime, over the first slices: most searches end within them.
 double secondsOfAPrime(int bits)
 {
@@ -59,15 +99,21 @@ void measure(int bits)
 {
     std::vector<double> exponentiations;
     std::vector<double> costs;
+    std::vector<double> fastCosts;
+    const char* way = "";
     secondsOfAPrime(bits); // finds the primes
     for (int i = 0; i < rounds; ++i) {
         exponentiations.push_back(secondsOfAnExponentiation(bits));
-        costs.push_back(exponentiations.back() / secondsOfAPrime(bits));
+        const Rejections rejections = fastestRejections(bits);
+        way = rejections.way;
+        const double prime = secondsOfAPrime(bits);
+        costs.push_back(exponentiations.back() / prime);
+        fastCosts.push_back(rejections.seconds / prime);
     }
     const double cost = median(costs);
     const SievePlan plan = planSieve(bits, mode);
-    std::printf("%5d %10.1f %8.0f %10zu %10zu %10zu %10u %8zu\n", bits,
-                median(exponentiations) * 1e6, cost,
+    std::printf("%5d %10.1f %8.0f %10.0f  %-14s %10zu %10zu %10zu %10u %8zu\n", bits,
+                median(exponentiations) * 1e6, cost, median(fastCosts), way,
                 worthwhilePrimes(bits, false, false, cost),
                 worthwhilePrimes(bits, true, false, cost),
                 worthwhilePrimes(bits, true, true, cost), plan.reach, plan.primeCount);
@@ -79,8 +125,9 @@ void measure(int bits)
 int main()
 {
     eventsUnwatched = true;
-    std::printf(" bits        us     cost      plain       safe     halves      reach"
-                "     used\n");
+    std::printf(
+        " bits         us     cost    fastest  way                 plain       safe"
+        "     halves      reach     used\n");
     for (const int bits : {256, 384, 512, 768, 1024, 1536, 2048, 3072, 4096, 8192})
         measure(bits);
     return 0;

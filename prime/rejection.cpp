@@ -10,14 +10,14 @@ namespace
 // Below it an iteration with a witness rejects as cheaply.
 constexpr int leastBits = 512;
 
-bool mayPay(const SearchSieve& sieve)
+bool mayTest(const SearchSieve& sieve)
 {
     return sieve.plan.reach > 0 && sieve.bits >= leastBits;
 }
 
-bool pays(const SearchSieve& sieve)
+bool testsNow(const SearchSieve& sieve)
 {
-    return sieve.start && mayPay(sieve);
+    return sieve.start && mayTest(sieve);
 }
 
 class Stopwatch
@@ -62,7 +62,7 @@ StrongVerdict testOne(const Rejection& rejection, const SearchSieve& sieve,
 Rejection makeRejection(const SearchSieve& sieve)
 {
     Rejection rejection;
-    if (mayPay(sieve)) {
+    if (mayTest(sieve)) {
         rejection.tester = makeStrongTester();
         rejection.ahead.reset(BN_new());
     }
@@ -72,7 +72,7 @@ Rejection makeRejection(const SearchSieve& sieve)
 bool isProvenComposite(Rejection& rejection, const SearchSieve& sieve,
                        const BIGNUM* candidate, BN_CTX* context)
 {
-    if (!pays(sieve))
+    if (!testsNow(sieve))
         return false;
     if (rejection.aheadVerdict != StrongVerdict::unknown &&
         rejection.aheadIndex == sieve.index) {
@@ -94,7 +94,7 @@ bool isProvenComposite(Rejection& rejection, const SearchSieve& sieve,
 bool isHalfProvenComposite(const Rejection& rejection, const SearchSieve& sieve,
                            const BIGNUM* candidate, BIGNUM* half, BN_CTX* context)
 {
-    return pays(sieve) && BN_rshift1(half, candidate) &&
+    return testsNow(sieve) && BN_rshift1(half, candidate) &&
            strongTest(rejection.tester, half, singleWay(sieve.bits, true), context) ==
                StrongVerdict::composite;
 }

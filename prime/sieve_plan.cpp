@@ -74,8 +74,8 @@ double shareLeft(double bound, bool safe)
 std::size_t worthwhilePrimes(int bits, bool safe, bool halves, double cost)
 {
     // A prime q divides one number in q (with halves, it divides p or (p-1)/2 of two in
-    // q), and saves that share of a search's exponentiations. It pays while these cost
-    // more than to sieve with q.
+    // q), and saves that share of a search's exponentiations. It is worth its time while
+    // these cost more than to sieve with q.
     const double factors = halves ? 2 : 1;
     const double smallBound =
         smallPrimes[static_cast<std::size_t>(trialDivisions(bits)) - 1];

@@ -15,6 +15,7 @@
 #include "search/search_worker.h"
 #include "search/settings.h"
 #include "search/stop_flag.h"
+#include "tests/fakes/exponentiation_way.h"
 #include "tests/fakes/random_bytes.h"
 #include "tests/faults/each_call.h"
 #include "tests/faults/listed_calls.h"
@@ -30,6 +31,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace
 {
@@ -383,6 +385,21 @@ void failInShortSearches(bool safe)
         failInSearches(bits, safe);
 }
 
+// With strong tests, by each way: each has calls of its own.
+void failInLongSearches(bool safe)
+{
+    for (const auto& [way, name] :
+         {std::pair{ExponentiationWay::slidingWindow, "sliding window"},
+          std::pair{ExponentiationWay::constantTime, "constant time"},
+          std::pair{ExponentiationWay::twoAtOnce, "two at once"},
+          std::pair{ExponentiationWay::squarings, "squarings"}}) {
+        fakeWay = way;
+        std::printf("by %s\n", name);
+        failInSearches(512, safe);
+    }
+    fakeWay = ExponentiationWay::slidingWindow;
+}
+
 const std::map<std::string, std::function<void()>> parts{
     {"front_end", failInFrontEnd},
     {"engine", failInEngine},
@@ -396,7 +413,7 @@ const std::map<std::string, std::function<void()>> parts{
      }},
     {"long_searches",
      [] {
-         failForEach([](bool safe) { failInSearches(512, safe); });
+         failForEach(failInLongSearches);
      }},
 };
 
