@@ -21,9 +21,9 @@ struct Rejection {
 Rejection makeRejection(const SearchSieve& sieve);
 
 // Whether a strong test proves the candidate that `sieve` yielded last composite.
-// Never true of a prime; false when no test saves time at this size, when the sieve is idle
-// and when a library call fails. May test a later candidate as well, and then remembers
-// that verdict.
+// Never true of a prime; false when no test saves time at this size, when the sieve is
+// idle and when a library call fails. May test a later candidate as well, and then
+// remembers that verdict.
 bool isProvenComposite(Rejection& rejection, const SearchSieve& sieve,
                        const BIGNUM* candidate, BN_CTX* context);
 
