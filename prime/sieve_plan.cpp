@@ -25,9 +25,9 @@ constexpr double twinConstant = 0.6601618158;
 
 // How many larger primes can be sieved in the time of one exponentiation of the size.
 // `tools/tune-plan` prints this table for the machine that it runs on. These figures are
-// of 22 November 2026: an x86-64 server with AVX-512 IFMA, libcrypto 3.0. At 1024 bits the
-// table has half of it: two exponentiations at once cost half as much, and the search was
-// as fast or faster by the other ways, too.
+// of 22 November 2026: an x86-64 server with AVX-512 IFMA, libcrypto 3.0. At 1024 bits
+// the table has half of it: two exponentiations at once cost half as much, and the search
+// was as fast or faster by the other ways, too.
 struct Cost {
     int largestBits;
     double primes;

@@ -30,6 +30,13 @@ constexpr int defaultSeconds = 300;
 constexpr int killsInDefaultTime = 500;
 constexpr int defaultSearches = 1000;
 
+// A size that so many workers do not soon find a prime of. Beyond 1024 bits a thousand of
+// them take seconds to begin their sieves.
+int largeBits(int threads)
+{
+    return threads < 1000 ? 2048 : 1024;
+}
+
 class Soak
 {
 public:
@@ -66,7 +73,7 @@ public:
         constexpr int tinyRuns = 100;
         for (const int threads : {64, 100, 1000})
             for (int i = 0; i < largeRuns + tinyRuns; ++i)
-                crowd(unwaitedJob(threads, i < largeRuns ? 2048 : 16));
+                crowd(unwaitedJob(threads, i < largeRuns ? largeBits(threads) : 16));
     }
 
     void twoUsers()
