@@ -18,17 +18,20 @@ bool findWithLibcrypto(int bits, bool safe, BN_GENCB* callback)
                                          nullptr, callback) == 1;
 }
 
-bool findWithGmp(const BIGNUM* base)
+bool findWithGmp(BIGNUM* number)
 {
-    std::vector<unsigned char> bytes(static_cast<std::size_t>(BN_num_bytes(base)));
-    BN_bn2bin(base, bytes.data());
-    mpz_t number;
-    mpz_init(number);
-    mpz_import(number, bytes.size(), 1, 1, 1, 0, bytes.data());
-    mpz_nextprime(number, number);
-    const bool sameSize = mpz_sizeinbase(number, 2) == 8 * bytes.size();
-    mpz_clear(number);
-    return sameSize;
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(BN_num_bytes(number)));
+    const int size = static_cast<int>(bytes.size());
+    BN_bn2bin(number, bytes.data());
+    mpz_t prime;
+    mpz_init(prime);
+    mpz_import(prime, bytes.size(), 1, 1, 1, 0, bytes.data());
+    mpz_nextprime(prime, prime);
+    const bool sameSize = mpz_sizeinbase(prime, 2) == 8 * bytes.size();
+    if (sameSize)
+        mpz_export(bytes.data(), nullptr, 1, 1, 1, 0, prime);
+    mpz_clear(prime);
+    return sameSize && BN_bin2bn(bytes.data(), size, number) == number;
 }
 
 #ifdef NORV_BENCH_BOTAN
