@@ -5,7 +5,7 @@
 #   ./test.sh all       everything that CI runs: the native tests, lint, debug,
 #                       asan, tsan, memcheck, stress, faults, fuzz, windows,
 #                       debian13, arm64
-#   ./test.sh bench     measures for twenty to thirty minutes; not part of all
+#   ./test.sh bench     measures for about half an hour; not part of all
 #   ./test.sh soak [SECONDS]   real runs killed, stopped and disturbed, for 300 seconds
 #   ./test.sh fuzz [SECONDS]   each fuzz target for 60 seconds
 #   ./test.sh coverage  the lines that the tests and the fault programs run, by file
@@ -185,6 +185,13 @@ task_bench() {
     tools/install build test bench
     build release -DNORV_BENCH=ON
     tools/bench
+}
+
+# The same; prints the figures for `tools/bench --update`, and nothing else.
+task_bench_figures() {
+    tools/install build test bench
+    build release -DNORV_BENCH=ON >&2
+    tools/bench --figures
 }
 
 task_all() {
