@@ -26,6 +26,6 @@ ExponentiationWay singleWay(int bits, bool baseTwo);
 // The fastest way so far for two witnesses of one number, never squarings. Any thread.
 ExponentiationWay witnessWay(int bits);
 
-// `count` exponentiations of `bits` bits by this way took so many seconds together.
-// Any thread.
-void noteExponentiations(ExponentiationWay way, int bits, int count, double seconds);
+// `count` exponentiations by this way took so many seconds together. They are of the
+// process's size: it has one. Any thread.
+void noteExponentiations(ExponentiationWay way, int count, double seconds);

@@ -42,18 +42,18 @@ StrongVerdict testTwo(Rejection& rejection, const SearchSieve& sieve,
     const Stopwatch watch;
     const auto verdicts =
         strongTestOfTwo(rejection.tester, candidate, rejection.ahead.get(), context);
-    noteExponentiations(ExponentiationWay::twoAtOnce, sieve.bits, 2, watch.seconds());
+    noteExponentiations(ExponentiationWay::twoAtOnce, 2, watch.seconds());
     rejection.aheadIndex = sieve.index + steps;
     rejection.aheadVerdict = verdicts[1];
     return verdicts[0];
 }
 
-StrongVerdict testOne(const Rejection& rejection, const SearchSieve& sieve,
-                      const BIGNUM* number, ExponentiationWay way, BN_CTX* context)
+StrongVerdict testOne(const Rejection& rejection, const BIGNUM* number,
+                      ExponentiationWay way, BN_CTX* context)
 {
     const Stopwatch watch;
     const StrongVerdict verdict = strongTest(rejection.tester, number, way, context);
-    noteExponentiations(way, sieve.bits, 1, watch.seconds());
+    noteExponentiations(way, 1, watch.seconds());
     return verdict;
 }
 
@@ -88,7 +88,7 @@ bool isProvenComposite(Rejection& rejection, const SearchSieve& sieve,
                    StrongVerdict::composite;
         way = singleWay(sieve.bits, true);
     }
-    return testOne(rejection, sieve, candidate, way, context) == StrongVerdict::composite;
+    return testOne(rejection, candidate, way, context) == StrongVerdict::composite;
 }
 
 bool isHalfProvenComposite(const Rejection& rejection, const SearchSieve& sieve,

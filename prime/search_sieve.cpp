@@ -150,8 +150,14 @@ SearchSieve makeSearchSieve(int bits, const SievePlan& plan)
         !allocateSecret(sieve.smallNext, plan.smallCount) ||
         !allocateSecret(sieve.indices, largerAtOnce) ||
         !allocateSegment(sieve.rejected, sieve.plan.segmentLength) ||
-        !allocateSegment(sieve.composite, sieve.plan.reach))
-        sieve.plan.reach = 0;
+        !allocateSegment(sieve.composite, sieve.plan.reach)) {
+        // What an idle sieve held, the tests would lack.
+        SearchSieve idle;
+        idle.bits = bits;
+        idle.plan = plan;
+        idle.plan.reach = 0;
+        return idle;
+    }
     return sieve;
 }
 

@@ -24,8 +24,7 @@ ExponentiationWay witnessWay(int bits)
     return way == ExponentiationWay::twoAtOnce ? way : singleWay(bits, false);
 }
 
-void noteExponentiations(ExponentiationWay way, int /*bits*/, int count,
-                         double /*seconds*/)
+void noteExponentiations(ExponentiationWay way, int count, double /*seconds*/)
 {
     fakeWayUses[static_cast<std::size_t>(way)] += count;
 }

@@ -22,7 +22,7 @@ TEST(ExponentiationWays, AreTriedInTurnThenTheFastestIsTaken)
         EXPECT_TRUE(tried.insert(way).second);
         // Two numbers at once: half of it each.
         const double seconds[] = {4, 3, 3, 2.5};
-        noteExponentiations(way, bits, way == Way::twoAtOnce ? 2 : 1,
+        noteExponentiations(way, way == Way::twoAtOnce ? 2 : 1,
                             seconds[static_cast<std::size_t>(way)]);
     }
     EXPECT_EQ(Way::twoAtOnce, rejectionWay(bits));
@@ -35,7 +35,7 @@ TEST(ExponentiationWays, AreTriedInTurnThenTheFastestIsTaken)
     for (int i = 0; i < 100'000; ++i) {
         const Way way = rejectionWay(bits);
         others += way == Way::twoAtOnce ? 0 : 1;
-        noteExponentiations(way, bits, 1, way == Way::squarings ? 1 : 2);
+        noteExponentiations(way, 1, way == Way::squarings ? 1 : 2);
         if (others == 1)
             break;
     }
@@ -44,7 +44,7 @@ TEST(ExponentiationWays, AreTriedInTurnThenTheFastestIsTaken)
     for (int i = 0; i < 100'000; ++i) {
         const Way way = rejectionWay(bits);
         squarings += way == Way::squarings ? 1 : 0;
-        noteExponentiations(way, bits, 1, way == Way::squarings ? 1 : 2);
+        noteExponentiations(way, 1, way == Way::squarings ? 1 : 2);
     }
     EXPECT_GT(squarings, 99'000);
     EXPECT_LT(squarings, 100'000);
