@@ -15,12 +15,20 @@ using Way = ExponentiationWay;
 constexpr int constantTimeBits = 512;
 
 constexpr Way fewWays[] = {Way::constantTime, Way::squarings};
-constexpr Way allWays[] = {Way::squarings, Way::twoAtOnce, Way::constantTime,
-                           Way::slidingWindow};
+constexpr Way allWays[] = {Way::squarings, Way::twoAtOnce, Way::slidingWindow,
+                           Way::constantTime};
 
+// The first two are tried at once: each is by far the fastest on some machine. The others
+// gain less, and a short search ends before they have paid for their trials.
+constexpr std::size_t promisingWays = 2;
+constexpr int usesBeforeTrial = 32;
 // A way that another process slowed down when it was tried gets more chances.
 constexpr int usesBetweenTrials = 100;
 constexpr int mostTrials = 8;
+
+// A single measurement errs by a tenth easily. The witnesses of a prime are many, so a
+// wrong choice costs more than a small gain is worth.
+constexpr double clearlyFaster = 0.9;
 
 struct Timing {
     double leastSeconds = std::numeric_limits<double>::infinity();
@@ -56,6 +64,12 @@ Way leastTried(std::span<const Way> ways)
     });
 }
 
+bool isPromising(std::span<const Way> ways, Way way)
+{
+    const auto promising = ways.first(promisingWays);
+    return std::find(promising.begin(), promising.end(), way) != promising.end();
+}
+
 Way untimed(int bits)
 {
     return bits == constantTimeBits ? Way::constantTime : Way::slidingWindow;
@@ -69,9 +83,10 @@ ExponentiationWay rejectionWay(int bits)
     const auto ways = waysFor(bits);
     const Way candidate = leastTried(ways);
     const int trials = timingOf(candidate).trials;
-    if (trials == 0 || (++uses % usesBetweenTrials == 0 && trials < mostTrials))
+    if (trials == 0 && isPromising(ways, candidate))
         return candidate;
-    return fastest(ways);
+    const int pause = trials == 0 ? usesBeforeTrial : usesBetweenTrials;
+    return ++uses % pause == 0 && trials < mostTrials ? candidate : fastest(ways);
 }
 
 ExponentiationWay singleWay(int bits, bool baseTwo)
@@ -84,10 +99,14 @@ ExponentiationWay singleWay(int bits, bool baseTwo)
 
 ExponentiationWay witnessWay(int bits)
 {
-    constexpr Way ways[] = {Way::slidingWindow, Way::constantTime, Way::twoAtOnce};
+    constexpr Way others[] = {Way::constantTime, Way::twoAtOnce};
     const std::lock_guard lock(guard);
-    const Way way = fastest(ways);
-    return timingOf(way).trials == 0 ? untimed(bits) : way;
+    const Way usual = untimed(bits);
+    const Way other = fastest(others);
+    // The squarings stand for the usual way where it has not been tried.
+    const double limit = clearlyFaster * std::min(timingOf(usual).leastSeconds,
+                                                  timingOf(Way::squarings).leastSeconds);
+    return timingOf(other).leastSeconds < limit ? other : usual;
 }
 
 void noteExponentiations(ExponentiationWay way, int count, double seconds)

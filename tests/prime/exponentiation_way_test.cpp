@@ -1,7 +1,7 @@
 #include "prime/exponentiation_way.h"
 
 #include <gtest/gtest.h>
-#include <set>
+#include <map>
 
 namespace
 {
@@ -9,45 +9,68 @@ namespace
 using Way = ExponentiationWay;
 constexpr int bits = 1024;
 
+// Says that one exponentiation took so long.
+void note(Way way, double seconds)
+{
+    noteExponentiations(way, 1, seconds);
+}
+
+// Uses the ways for so many rejections, each at the same speed. Returns how many went by
+// each way.
+std::map<Way, int> useWays(int rejections, const std::map<Way, double>& seconds)
+{
+    std::map<Way, int> counts;
+    for (int i = 0; i < rejections; ++i) {
+        const Way way = rejectionWay(bits);
+        ++counts[way];
+        note(way, seconds.at(way));
+    }
+    return counts;
+}
+
 // The choice is the process's: one test takes it from its beginning.
 TEST(ExponentiationWays, AreTriedInTurnThenTheFastestIsTaken)
 {
     EXPECT_EQ(Way::slidingWindow, singleWay(bits, true));
     EXPECT_EQ(Way::slidingWindow, witnessWay(bits));
     EXPECT_EQ(Way::constantTime, singleWay(512, false));
+    EXPECT_EQ(Way::constantTime, witnessWay(512));
 
-    std::set<Way> tried;
-    for (std::size_t i = 0; i < wayCount; ++i) {
-        const Way way = rejectionWay(bits);
-        EXPECT_TRUE(tried.insert(way).second);
-        // Two numbers at once: half of it each.
-        const double seconds[] = {4, 3, 3, 2.5};
-        noteExponentiations(way, way == Way::twoAtOnce ? 2 : 1,
-                            seconds[static_cast<std::size_t>(way)]);
-    }
+    // The two that are fastest on some machine come first.
+    EXPECT_EQ(Way::squarings, rejectionWay(bits));
+    note(Way::squarings, 3);
+    EXPECT_EQ(Way::twoAtOnce, rejectionWay(bits));
+    noteExponentiations(Way::twoAtOnce, 2, 8);
+    EXPECT_EQ(Way::squarings, rejectionWay(bits));
+    EXPECT_EQ(Way::squarings, singleWay(bits, true));
+    EXPECT_EQ(Way::slidingWindow, witnessWay(bits));
+
+    // The others are tried once each before any is tried again.
+    auto counts = useWays(98, {{Way::squarings, 3},
+                               {Way::twoAtOnce, 4},
+                               {Way::slidingWindow, 3.5},
+                               {Way::constantTime, 3.4}});
+    EXPECT_EQ(1, counts[Way::slidingWindow]);
+    EXPECT_EQ(1, counts[Way::constantTime]);
+    EXPECT_EQ(0, counts[Way::twoAtOnce]);
+    EXPECT_EQ(96, counts[Way::squarings]);
+
+    // A little faster is not enough for the witnesses.
+    EXPECT_EQ(Way::constantTime, singleWay(bits, false));
+    EXPECT_EQ(Way::slidingWindow, witnessWay(bits));
+
+    // A way that was slowed down when it was tried is tried again, and not for ever.
+    const std::map<Way, double> seconds = {{Way::squarings, 3},
+                                           {Way::twoAtOnce, 1.5},
+                                           {Way::slidingWindow, 3.5},
+                                           {Way::constantTime, 3.4}};
+    counts = useWays(1'010, seconds);
+    EXPECT_GT(counts[Way::twoAtOnce], 500);
     EXPECT_EQ(Way::twoAtOnce, rejectionWay(bits));
     EXPECT_EQ(Way::twoAtOnce, witnessWay(bits));
     EXPECT_EQ(Way::squarings, singleWay(bits, true));
-    EXPECT_EQ(Way::constantTime, singleWay(bits, false));
-
-    // A way that was slowed down when it was tried is tried again, and not for ever.
-    int others = 0;
-    for (int i = 0; i < 100'000; ++i) {
-        const Way way = rejectionWay(bits);
-        others += way == Way::twoAtOnce ? 0 : 1;
-        noteExponentiations(way, 1, way == Way::squarings ? 1 : 2);
-        if (others == 1)
-            break;
-    }
-    EXPECT_EQ(1, others);
-    int squarings = 0;
-    for (int i = 0; i < 100'000; ++i) {
-        const Way way = rejectionWay(bits);
-        squarings += way == Way::squarings ? 1 : 0;
-        noteExponentiations(way, 1, way == Way::squarings ? 1 : 2);
-    }
-    EXPECT_GT(squarings, 99'000);
-    EXPECT_LT(squarings, 100'000);
+    useWays(10'000, seconds);
+    EXPECT_EQ((std::map<Way, int>{{Way::twoAtOnce, 10'000}}), useWays(10'000, seconds));
 }
 
 } // namespace
