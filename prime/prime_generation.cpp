@@ -80,7 +80,7 @@ int generatePrime(BIGNUM* candidate, int /*ignoredBits*/, int mode,
             return 0;
         // A known factor, or a strong test, stands in for the test that would find it
         // composite. A test whose witnesses repeat might not.
-        sieveSlice(sieve, context);
+        sieveSlice(sieve);
         if (knowsFactor(sieve) || isProvenComposite(rejection, sieve, candidate, context))
             continue;
         if (sieve.plan.halves &&

@@ -1,8 +1,10 @@
 #include "prime/search_sieve.h"
 
 #include "prime/candidate_sieve.h"
+#include "prime/word_residues.h"
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <span>
 
@@ -29,18 +31,30 @@ std::uint32_t indexOfHalf(std::uint32_t index, std::uint32_t prime, std::uint32_
     return half < prime ? half : half - prime;
 }
 
-// Finds for each prime the least index of a number that it divides. Returns false when
-// a library call fails.
-bool findIndices(const SearchSieve& sieve, std::span<const std::uint32_t> primes,
-                 std::uint32_t* indices, BN_CTX* context)
+std::size_t wordCount(const SearchSieve& sieve)
 {
-    if (!computeGroupResidues(sieve.start.get(), primes, indices, sieve.scratch, context))
-        return false;
-    for (std::size_t i = 0; i < primes.size(); ++i) {
-        const std::uint32_t distance = indices[i] == 0 ? 0 : primes[i] - indices[i];
-        indices[i] = divideByStep(distance, primes[i], sieve.plan.step);
-    }
-    return true;
+    return (static_cast<std::size_t>(sieve.bits) + 63) / 64;
+}
+
+// Finds for each prime the least index of a number that it divides.
+void findIndices(const SearchSieve& sieve, std::span<const std::uint32_t> primes,
+                 std::uint32_t* indices)
+{
+    computeDistances({sieve.words.get(), wordCount(sieve)}, primes, indices);
+    for (std::size_t i = 0; i < primes.size(); ++i)
+        indices[i] = divideByStep(indices[i], primes[i], sieve.plan.step);
+}
+
+// Copies the start to `words`. Returns false when the library call fails.
+bool storeWords(SearchSieve& sieve)
+{
+    static_assert(std::endian::native == std::endian::little);
+    const std::size_t count = wordCount(sieve);
+    noteWritten(sieve.words, count);
+    const auto size = static_cast<int>(count * sizeof(std::uint64_t));
+    return BN_bn2lebinpad(sieve.start.get(),
+                          reinterpret_cast<unsigned char*>(sieve.words.get()),
+                          size) == size;
 }
 
 std::span<const std::uint32_t> smallSievePrimes(const SearchSieve& sieve)
@@ -78,15 +92,15 @@ bool fitsBelowTop(const SearchSieve& sieve, std::uint32_t first)
 // Begins, or begins again, at `candidate`, which nextCandidate yielded. Returns false
 // when the first segment does not fit below the top of the size, when a library call
 // fails or when memory is short.
-bool beginSearch(SearchSieve& sieve, const BIGNUM* candidate, BN_CTX* context)
+bool beginSearch(SearchSieve& sieve, const BIGNUM* candidate)
 {
     const auto primes = smallSievePrimes(sieve);
     sieve.start.reset(BN_dup(candidate));
-    if (!sieve.start || primes.size() != sieve.plan.smallCount || !fitsBelowTop(sieve, 0))
+    if (!sieve.start || primes.size() != sieve.plan.smallCount ||
+        !fitsBelowTop(sieve, 0) || !storeWords(sieve))
         return false;
     noteWritten(sieve.smallNext, primes.size());
-    if (!findIndices(sieve, primes, sieve.smallNext.get(), context))
-        return false;
+    findIndices(sieve, primes, sieve.smallNext.get());
     rejectFrom(sieve, 0);
     beginSegment(sieve.composite, 0);
     sieve.larger = {0, primes.size(), primes.size()};
@@ -111,26 +125,24 @@ std::uint32_t advance(SearchSieve& sieve)
 }
 
 // Crosses off the multiples of the next larger primes, at most `count` of them. Returns
-// how many primes these were; 0 when none are left, when a library call fails or when a
-// block of primes is missing.
-std::size_t crossOffLarger(SearchSieve& sieve, std::size_t count, BN_CTX* context)
+// how many primes these were; 0 when none are left or when a block of primes is missing.
+std::size_t crossOffLarger(SearchSieve& sieve, std::size_t count)
 {
     const std::size_t left = sieve.plan.primeCount - sieve.larger.passed;
     if (left == 0)
         return 0;
-    PrimeCursor cursor = sieve.larger;
-    const auto primes = takePrimes(cursor, std::min({count, left, largerAtOnce}));
+    const auto primes = takePrimes(sieve.larger, std::min({count, left, largerAtOnce}));
+    if (primes.empty())
+        return 0;
     noteWritten(sieve.indices, primes.size());
     std::uint32_t* indices = sieve.indices.get();
-    if (!findIndices(sieve, primes, indices, context))
-        return 0;
+    findIndices(sieve, primes, indices);
     for (std::size_t i = 0; i < primes.size(); ++i) {
         crossOff(sieve.composite, primes[i], indices[i]);
         if (sieve.plan.halves)
             crossOff(sieve.composite, primes[i],
                      indexOfHalf(indices[i], primes[i], sieve.plan.step));
     }
-    sieve.larger = cursor;
     return primes.size();
 }
 
@@ -145,13 +157,12 @@ SearchSieve makeSearchSieve(int bits, const SievePlan& plan)
     if (sieve.plan.reach == 0)
         return sieve;
     assert(plan.reach % plan.segmentLength == 0 && plan.smallCount <= plan.primeCount);
-    sieve.scratch = {BigNumber(BN_new()), SecretNumber(BN_new())};
-    if (!sieve.scratch.product || !sieve.scratch.remainder ||
+    if (!allocateSecret(sieve.words, wordCount(sieve)) ||
         !allocateSecret(sieve.smallNext, plan.smallCount) ||
         !allocateSecret(sieve.indices, largerAtOnce) ||
         !allocateSegment(sieve.rejected, sieve.plan.segmentLength) ||
         !allocateSegment(sieve.composite, sieve.plan.reach)) {
-        // What an idle sieve held, the tests would lack.
+        // An idle sieve holds nothing.
         SearchSieve idle;
         idle.bits = bits;
         idle.plan = plan;
@@ -173,17 +184,17 @@ int nextSievedCandidate(SearchSieve& sieve, BIGNUM* candidate, int mode,
     }
     if (!nextCandidate(candidate, sieve.bits, mode, residues, context))
         return 0;
-    if (sieve.plan.reach > 0 && !beginSearch(sieve, candidate, context))
+    if (sieve.plan.reach > 0 && !beginSearch(sieve, candidate))
         sieve.start.reset();
     return 1;
 }
 
-void sieveSlice(SearchSieve& sieve, BN_CTX* context)
+void sieveSlice(SearchSieve& sieve)
 {
     if (!sieve.start)
         return;
     for (std::size_t left = sieve.plan.sliceLength; left > 0;) {
-        const std::size_t count = crossOffLarger(sieve, left, context);
+        const std::size_t count = crossOffLarger(sieve, left);
         if (count == 0)
             return;
         left -= count;

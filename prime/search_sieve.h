@@ -10,12 +10,12 @@
 // arithmetic progressions to 10^12, BIT 17 (1977).
 #pragma once
 
+#include "prime/big_number.h"
 #include "prime/secret_array.h"
 #include "prime/segment.h"
 #include "prime/sieve_memory.h"
 #include "prime/sieve_plan.h"
 #include "prime/sieve_primes.h"
-#include "prime/word_residues.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -27,8 +27,9 @@ inline constexpr std::size_t largerAtOnce = 1024;
 struct SearchSieve {
     int bits = 0;
     SievePlan plan;
-    SieveMemory memory; // of both segments
-    SecretNumber start; // null: the sieve is idle and knows nothing
+    SieveMemory memory;               // of both segments
+    SecretNumber start;               // null: the sieve is idle and knows nothing
+    SecretArray<std::uint64_t> words; // of the start, the least significant first
 
     // While there is a start: the candidate yielded last is start + index * step. It
     // lies in both segments, and it is not crossed off in `rejected`.
@@ -48,7 +49,6 @@ struct SearchSieve {
     // from them.
     SecretArray<std::uint32_t> smallNext;
     SecretArray<std::uint32_t> indices; // of the larger primes at hand
-    ResidueScratch scratch;
 };
 
 // The sieve of a search of this size by this plan, with shorter segments where many
@@ -61,9 +61,8 @@ int nextSievedCandidate(SearchSieve& sieve, BIGNUM* candidate, int mode,
                         std::uint16_t* residues, BN_CTX* context);
 
 // Crosses off the multiples of one more slice of the larger primes. Does nothing when all
-// have been, when a library call fails, or when memory is short; the sieve then knows
-// fewer factors. `context` lends temporaries.
-void sieveSlice(SearchSieve& sieve, BN_CTX* context);
+// have been or when memory is short; the sieve then knows fewer factors.
+void sieveSlice(SearchSieve& sieve);
 
 // Whether the sieve knows a factor of the candidate yielded last, or a factor of its
 // (p-1)/2, with halves. Never wrong, unlike a test whose witnesses repeat.

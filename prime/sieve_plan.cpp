@@ -23,19 +23,20 @@ constexpr int leastBits = 256;
 // Partitio Numerorum III, Acta Mathematica 44 (1923).
 constexpr double twinConstant = 0.6601618158;
 
-// How many larger primes can be sieved in the time of one exponentiation of the size.
+// How many larger primes can be sieved in the time of one rejection of the size.
 // `tools/tune-plan` prints this table for the machine that it runs on. These figures are
-// of 22 November 2026: an x86-64 server with AVX-512 IFMA, libcrypto 3.0. At 1024 bits
-// the table has half of it: two exponentiations at once cost half as much, and the search
-// was as fast or faster by the other ways, too.
+// of 22 November 2026: an x86-64 server with AVX-512 IFMA, libcrypto 3.0. They are some
+// four fifths of what it printed for the fastest way, because a search pays for its
+// primes before it knows how long it will be. At 1024 bits the figure lies between those
+// of two rejections at once and of one.
 struct Cost {
     int largestBits;
     double primes;
 };
 constexpr Cost costs[] = {
-    {383, 580},     {639, 710},     {895, 2'650},
-    {1279, 2'050},  {1791, 9'700},  {2559, 18'000},
-    {3583, 40'000}, {6143, 67'000}, {std::numeric_limits<int>::max(), 300'000}};
+    {383, 600},     {639, 1'400},    {895, 5'000},
+    {1279, 4'500},  {1791, 19'000},  {2559, 33'000},
+    {3583, 85'000}, {6143, 150'000}, {std::numeric_limits<int>::max(), 700'000}};
 
 // To begin a segment of the small primes takes about one exponentiation at most.
 constexpr std::uint32_t segmentsInReach = 8;
@@ -90,7 +91,7 @@ std::size_t worthwhilePrimes(int bits, bool safe, bool halves, double cost)
                                 : shareLeft(bound, safe);
         bound = std::max(smallBound, meanSteps(bits, safe) * left * factors * cost);
     }
-    const double largest = std::min(bound, double{sieveBlockSpan} * sieveBlockLimit);
+    const double largest = std::min(bound, double{sieveBlockEnd(sieveBlockLimit - 1)});
     // The prime number theorem, with the second term of the logarithmic integral.
     const double logarithm = std::log(largest);
     return static_cast<std::size_t>(largest / logarithm * (1 + 1 / logarithm));

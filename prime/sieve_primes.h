@@ -1,19 +1,31 @@
 // The primes that a search sieves with, small and larger, in blocks.
 #pragma once
 
+#include "prime/small_primes.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
-// Numbers in a block. Its primes are found in some 40 microseconds, so that no search
-// waits long for them. All small primes lie in the first block.
-inline constexpr std::uint32_t sieveBlockSpan = std::uint32_t{1} << 15;
-inline constexpr std::size_t sieveBlockLimit = 8192;
+// The end of a block, which is the beginning of the next. The first holds the odd small
+// primes, and no other. The second is short, because short searches need no other. The
+// rest are long enough that most of their time goes into crossing off, and short enough
+// that no search waits long for one (some 100 microseconds).
+constexpr std::uint32_t sieveBlockEnd(std::size_t block)
+{
+    constexpr std::uint32_t secondEnd = std::uint32_t{1} << 15;
+    constexpr std::uint32_t span = std::uint32_t{1} << 17;
+    if (block == 0)
+        return largestSmallPrime + 1;
+    return block == 1 ? secondEnd : static_cast<std::uint32_t>(block - 1) * span;
+}
 
-// The odd primes from block * sieveBlockSpan up to the next block, in increasing
-// order; block is below sieveBlockLimit. They are found at the first call for that block
-// and kept for the process. Any thread may call; others that want the block wait.
-// Empty for good when memory was short at that call. No block is empty otherwise.
+inline constexpr std::size_t sieveBlockLimit = 2050;
+
+// The odd primes of a block in increasing order; block is below sieveBlockLimit. They are
+// found at the first call for that block and kept for the process. Any thread may call;
+// others that want the block wait. Empty for good when memory was short at that call. No
+// block is empty otherwise.
 std::span<const std::uint32_t> sievePrimes(std::size_t block);
 
 // A place among the sieve's primes, between two of them.

@@ -3,19 +3,17 @@
 namespace
 {
 
-constexpr std::size_t largestSmallPrime = 17863;
-
 // The sieve of Eratosthenes, run by the compiler.
 constexpr std::array<std::uint16_t, smallPrimeCount> findSmallPrimes()
 {
     std::array<bool, largestSmallPrime + 1> composite{};
     std::array<std::uint16_t, smallPrimeCount> primes{};
     std::size_t count = 0;
-    for (std::size_t i = 2; i <= largestSmallPrime; ++i) {
+    for (std::uint32_t i = 2; i <= largestSmallPrime; ++i) {
         if (composite[i])
             continue;
         primes[count++] = static_cast<std::uint16_t>(i);
-        for (std::size_t multiple = i * i; multiple <= largestSmallPrime; multiple += i)
+        for (std::uint32_t multiple = i * i; multiple <= largestSmallPrime; multiple += i)
             composite[multiple] = true;
     }
     return primes;

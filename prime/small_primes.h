@@ -6,8 +6,9 @@
 #include <cstdint>
 
 inline constexpr std::size_t smallPrimeCount = 2048;
+inline constexpr std::uint32_t largestSmallPrime = 17863;
 
-// The first 2048 primes, 2 to 17863, in increasing order.
+// The first 2048 primes, from 2 on, in increasing order.
 extern const std::array<std::uint16_t, smallPrimeCount> smallPrimes;
 
 // How many of them, the unused 2 included, sieve a candidate of `bits` bits:

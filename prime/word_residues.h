@@ -1,4 +1,4 @@
-// Residues of a big number modulo many small primes, several at a time.
+// Residues of a big number modulo many primes, several at a time.
 #pragma once
 
 #include "prime/big_number.h"
@@ -34,21 +34,12 @@ bool computeWordResidues(const BIGNUM* number, std::span<const Prime> primes,
     return true;
 }
 
-// The size of a group's product. At 256 bits the two stages cost about the same
-// (measured).
-inline constexpr int groupBits = 256;
-
-// What computeGroupResidues works with, made once for many calls.
-struct ResidueScratch {
-    BigNumber product;
-    SecretNumber remainder;
-};
-
-// The same for long numbers and thousands of primes, in two stages: modulo products
-// of groupBits, then as above. D. J. Bernstein,
-// How to find smooth parts of integers (2004), has the whole tree; two levels of
-// it are the fastest for numbers of up to 8192 bits. Returns false when a library
-// call fails.
-bool computeGroupResidues(const BIGNUM* number, std::span<const std::uint32_t> primes,
-                          std::uint32_t* residues, const ResidueScratch& scratch,
-                          BN_CTX* context);
+// The distance from a long number up to the next multiple of each of thousands of primes:
+// minus the number, modulo the prime. Computed in words alone: libcrypto divides a big
+// number word by word, and each division takes as long as ten multiplications.
+//
+// words      the number's 64-bit words, the least significant first; one or more
+// primes     odd, in increasing order; one or more
+// distances  as many entries as primes; receives less than the prime for each
+void computeDistances(std::span<const std::uint64_t> words,
+                      std::span<const std::uint32_t> primes, std::uint32_t* distances);

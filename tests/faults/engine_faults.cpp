@@ -176,13 +176,14 @@ void sieveOnce(const SieveCase& expected, const Fault& fault)
         SearchSieve sieve = makeSearchSieve(sieveBits, planSieve(sieveBits, mode));
         tally.expect((sieve.plan.reach == 0) == faultReport->struck, "idle");
         expectWiped(sieve.smallNext.get());
+        expectWiped(sieve.words.get());
         expectWiped(sieve.indices.get());
         expectWiped(sieve.rejected.crossed.get());
         expectWiped(sieve.composite.crossed.get());
         while (yielded < sieveSteps &&
                nextSievedCandidate(sieve, candidate.get(), mode, residues.data(),
                                    context.get()) == 1) {
-            sieveSlice(sieve, context.get());
+            sieveSlice(sieve);
             const HarnessScope harness;
             const auto i = static_cast<std::size_t>(yielded++);
             tally.expect(toHex(candidate.get()) == expected.candidates[i], "candidate");
@@ -217,19 +218,6 @@ void failInSieve(bool safe)
 void failInResidues()
 {
     const BigNumber number = fromHex(oracle::randomNumber(512, 3));
-    const auto primes = sievePrimes(1).first(100);
-    failEachCall("residues", [&](const Fault& fault) {
-        const ResidueScratch scratch{BigNumber(BN_new()), SecretNumber(BN_new())};
-        const Context context(BN_CTX_new());
-        std::array<std::uint32_t, 100> residues{};
-        armFault(fault);
-        const bool computed = computeGroupResidues(number.get(), primes, residues.data(),
-                                                   scratch, context.get());
-        disarmFault();
-        tally.expect(computed == !faultReport->struck, computed ? "computed" : "failed");
-        for (std::size_t i = 0; computed && i < primes.size(); ++i)
-            tally.expect(residues[i] == BN_mod_word(number.get(), primes[i]), "residue");
-    });
     // The library makes no copy of the number, which it would not wipe.
     failEachCall("residues of small primes", [&](const Fault& fault) {
         std::array<std::uint16_t, smallPrimeCount> residues{};
@@ -309,7 +297,7 @@ void checkWatchForResidues(int bits, bool safe)
     forgetSecrets();
     nextSievedCandidate(sieve, candidate.get(), mode, residues.data(), context.get());
     addStart(sieve.start.get());
-    sieveSlice(sieve, context.get());
+    sieveSlice(sieve);
 
     std::vector<std::uint32_t> table(sieve.plan.smallCount);
     const std::size_t size = table.size() * sizeof table[0];

@@ -278,13 +278,24 @@ void searchOnce(const Scenario& scenario, const Target& target, const Bytes& dra
     watchForSecrets(false);
 }
 
+// Lets the process find the first `count` odd primes.
+void makePrimes(std::size_t count)
+{
+    for (PrimeCursor cursor; cursor.passed < count;)
+        takePrimes(cursor, count - cursor.passed);
+}
+
 void failInSearch(const Scenario& scenario, const Target& target)
 {
     iterations = scenario.bits <= 16 && !scenario.safe ? 64 : 3;
     baseBits = scenario.bits;
     eventsUnwatched = scenario.unwatched;
     const Bytes draw = bigEndian(target.start);
-    // What is made once for the process is made now.
+    // What is made once for the process is made now. A search that fails may need more
+    // primes than one that does not.
+    makePrimes(
+        planSieve(scenario.bits, scenario.safe ? modeFromBase | modeSafe : modeFromBase)
+            .primeCount);
     searchOnce(scenario, target, draw, {});
     failEachCall(inWords(scenario),
                  [&](const Fault& fault) { searchOnce(scenario, target, draw, fault); });

@@ -40,7 +40,7 @@ protected:
             ASSERT_EQ(1, nextSievedCandidate(sieve, candidate.get(), mode,
                                              residues.data(), context.get()));
             if (i % 3 == 0)
-                sieveSlice(sieve, context.get());
+                sieveSlice(sieve);
             const bool prime = isPrime(toHex(candidate.get()), false);
             if (knowsFactor(sieve)) {
                 ASSERT_FALSE(prime);

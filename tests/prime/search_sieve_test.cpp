@@ -32,7 +32,7 @@ protected:
     {
         for (std::size_t before = 0; before != sieve.larger.passed;) {
             before = sieve.larger.passed;
-            sieveSlice(sieve, context.get());
+            sieveSlice(sieve);
         }
     }
 
@@ -136,7 +136,7 @@ TEST_F(SieveOfASearch, CrossesOffNoMoreThanASlice)
     SearchSieve sieve = makeSearchSieve(bits, plan);
     ASSERT_EQ(1, next(sieve, mode));
     EXPECT_EQ(plan.smallCount, sieve.larger.passed);
-    sieveSlice(sieve, context.get());
+    sieveSlice(sieve);
     EXPECT_EQ(plan.smallCount + plan.sliceLength, sieve.larger.passed);
 }
 
@@ -148,7 +148,7 @@ TEST_F(SieveOfASearch, KnowsTheFactorsOfTheSlicesThatItHadTimeFor)
     for (int i = 0; i < 400; ++i) {
         ASSERT_EQ(1, next(sieve, mode));
         if (i % 13 == 0)
-            sieveSlice(sieve, context.get());
+            sieveSlice(sieve);
         const bool expected = hasFactor(candidate.get(), sieve.larger.passed);
         ASSERT_EQ(expected, knowsFactor(sieve)) << i;
         known += expected ? 1 : 0;
@@ -205,7 +205,7 @@ TEST_P(IdleSieve, KnowsNothing)
     candidate = fromHex(oracle::randomNumber(GetParam().bits, 6));
     for (int i = 0; i < 20; ++i) {
         ASSERT_EQ(1, next(sieve, GetParam().mode));
-        sieveSlice(sieve, context.get());
+        sieveSlice(sieve);
         ASSERT_FALSE(sieve.start);
         ASSERT_FALSE(knowsFactor(sieve));
     }

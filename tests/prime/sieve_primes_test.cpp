@@ -18,33 +18,43 @@ TEST(SievePrimes, AreAllOddPrimesInOrder)
             ASSERT_EQ(oracle::primeAbove(last), prime);
             last = prime;
         }
-    EXPECT_GT(oracle::primeAbove(last), 4 * sieveBlockSpan);
+    EXPECT_GT(oracle::primeAbove(last), sieveBlockEnd(3));
 }
 
-TEST(SievePrimes, BeginWithAllSmallOnes)
+TEST(SievePrimes, BeginWithTheSmallOnes)
 {
     const auto primes = sievePrimes(0);
-    EXPECT_TRUE(std::equal(smallPrimes.begin() + 1, smallPrimes.end(), primes.begin()));
+    EXPECT_TRUE(std::equal(smallPrimes.begin() + 1, smallPrimes.end(), primes.begin(),
+                           primes.end()));
 }
 
 TEST(SievePrimes, StandInTheirBlocks)
 {
-    for (const std::uint32_t block : {1U, 511U, 8191U}) {
+    for (const std::size_t block : {1U, 2U, 3U, 128U, 2049U}) {
         const auto primes = sievePrimes(block);
         ASSERT_FALSE(primes.empty());
-        const std::uint32_t start = block * sieveBlockSpan;
+        const std::uint32_t start = sieveBlockEnd(block - 1);
         EXPECT_EQ(oracle::primeAbove(start), primes.front());
-        EXPECT_GT(oracle::primeAbove(primes.back()), (block + 1) * sieveBlockSpan);
+        EXPECT_GT(oracle::primeAbove(primes.back()), sieveBlockEnd(block));
     }
 }
 
 TEST(SievePrimes, AreAsManyAsThePrimesBelowThem)
 {
     std::size_t count = 0;
-    for (std::size_t block = 0; block < 512; ++block)
+    for (std::size_t block = 0; sieveBlockEnd(block) <= 1U << 24; ++block)
         count += sievePrimes(block).size();
     // 1077871 primes lie below 2^24.
     EXPECT_EQ(1077870U, count);
+}
+
+TEST(SievePrimes, AreAsManyAsThePrimesBelowTheLimit)
+{
+    std::size_t count = 0;
+    for (std::size_t block = 0; block < sieveBlockLimit; ++block)
+        count += sievePrimes(block).size();
+    // 14630843 primes lie below 2^28.
+    EXPECT_EQ(14630842U, count);
 }
 
 TEST(SievePrimes, AreTakenInOrderAcrossBlocks)

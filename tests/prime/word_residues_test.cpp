@@ -27,40 +27,62 @@ TEST_P(Residues, OfSmallPrimesAreThoseOfTheNumber)
             << smallPrimes[i];
 }
 
-TEST_P(Residues, OfLargerPrimesAreThoseOfTheNumber)
+std::vector<std::uint64_t> wordsOf(const BIGNUM* number)
 {
-    const Context context = newContext();
-    const ResidueScratch scratch{BigNumber(BN_new()), SecretNumber(BN_new())};
-    for (const std::size_t block : {0U, 1U, 3000U}) {
-        const auto primes = sievePrimes(block).first(1000);
-        std::vector<std::uint32_t> residues(primes.size());
-        ASSERT_TRUE(computeGroupResidues(number.get(), primes, residues.data(), scratch,
-                                         context.get()));
-        for (std::size_t i = 0; i < primes.size(); ++i)
-            ASSERT_EQ(oracle::remainder(digits, primes[i]), residues[i]) << primes[i];
+    std::vector<std::uint64_t> words(std::max<std::size_t>(
+        1, (static_cast<std::size_t>(BN_num_bytes(number)) + 7) / 8));
+    EXPECT_LE(0, BN_bn2lebinpad(number, reinterpret_cast<unsigned char*>(words.data()),
+                                static_cast<int>(words.size() * 8)));
+    return words;
+}
+
+TEST_P(Residues, TellTheDistancesToTheNextMultiples)
+{
+    const auto words = wordsOf(number.get());
+    for (const std::size_t block : {0U, 1U, 750U, 2049U}) {
+        // From one prime on, so that each number of them in the last group occurs.
+        for (const std::size_t count : {1U, 2U, 3U, 4U, 5U, 17U, 1000U}) {
+            const auto primes = sievePrimes(block).first(count);
+            std::vector<std::uint32_t> distances(count);
+            computeDistances(words, primes, distances.data());
+            for (std::size_t i = 0; i < count; ++i)
+                ASSERT_EQ((primes[i] - oracle::remainder(digits, primes[i])) % primes[i],
+                          distances[i])
+                    << primes[i];
+        }
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, Residues,
-                         testing::Values(8, 64, 65, 255, 256, 257, 512, 1024, 4096));
+                         testing::Values(8, 64, 65, 255, 256, 257, 512, 1024, 1088, 1984,
+                                         4096, 16384));
 
-TEST(ResiduesOfAPrimesMultiple, AreZero)
+TEST(Distances, FromAPrimesMultipleAreZero)
 {
-    const Context context = newContext();
-    const ResidueScratch scratch{BigNumber(BN_new()), SecretNumber(BN_new())};
     const auto primes = sievePrimes(0).first(40);
     const BigNumber number = fromWord(1);
     for (const std::uint32_t prime : primes)
         ASSERT_TRUE(BN_mul_word(number.get(), prime));
-    std::vector<std::uint32_t> residues(primes.size(), 1);
-    ASSERT_TRUE(computeGroupResidues(number.get(), primes, residues.data(), scratch,
-                                     context.get()));
-    EXPECT_EQ(std::vector<std::uint32_t>(primes.size(), 0), residues);
+    std::vector<std::uint32_t> distances(primes.size(), 1);
+    computeDistances(wordsOf(number.get()), primes, distances.data());
+    EXPECT_EQ(std::vector<std::uint32_t>(primes.size(), 0), distances);
 }
 
-TEST(ResiduesOfNoPrimes, NeedNoDivision)
+// Words at their limits carry the most.
+TEST(Distances, AreRightForTheLeastAndTheLargestWords)
 {
-    EXPECT_TRUE(computeGroupResidues(fromWord(7).get(), {}, nullptr, {}, nullptr));
+    const auto primes = sievePrimes(2).first(100);
+    for (const std::uint64_t word : {std::uint64_t{0}, ~std::uint64_t{0}})
+        for (std::size_t count = 1; count <= 64; ++count) {
+            const std::vector<std::uint64_t> words(count, word);
+            const std::string digits(16 * count, word == 0 ? '0' : 'F');
+            std::vector<std::uint32_t> distances(primes.size());
+            computeDistances(words, primes, distances.data());
+            for (std::size_t i = 0; i < primes.size(); ++i)
+                ASSERT_EQ((primes[i] - oracle::remainder(digits, primes[i])) % primes[i],
+                          distances[i])
+                    << primes[i];
+        }
 }
 
 } // namespace
