@@ -1,12 +1,15 @@
 #include "prime/sieve_memory.h"
 
 #include <atomic>
+#include <new>
 
 namespace
 {
 
 constexpr std::size_t bitsInByte = 8;
 constexpr std::size_t mostSharesOfRest = 16;
+// More than the tests of many threads need for their numbers.
+constexpr std::size_t memoryLeft = std::size_t{1} << 20;
 // A shorter segment is not worth finding the larger primes' indices for.
 constexpr std::uint32_t leastHalvedReach = std::uint32_t{1} << 17;
 
@@ -47,4 +50,13 @@ SieveMemory reserveSieveMemory(SievePlan& plan)
     SieveMemory memory;
     memory.bytes_ = segmentBytes(plan);
     return memory;
+}
+
+bool leavesMemory()
+{
+    // Calls of the functions: the compiler may leave out a new-expression whose memory is
+    // not used.
+    void* spare = ::operator new[](memoryLeft, std::nothrow);
+    ::operator delete[](spare);
+    return spare != nullptr;
 }

@@ -41,3 +41,7 @@ private:
 // the plan's segments are halved until they fit. The reach becomes 0 when no useful
 // length fits.
 SieveMemory reserveSieveMemory(SievePlan& plan);
+
+// Whether the process could still have a megabyte. A sieve must not take the last memory:
+// a test that has none for its numbers rejects its candidate, be it prime or not.
+bool leavesMemory();

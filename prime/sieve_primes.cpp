@@ -1,5 +1,7 @@
 #include "prime/sieve_primes.h"
 
+#include "prime/sieve_memory.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -83,6 +85,8 @@ void crossOffMultiples(Composites composites, std::uint32_t begin, std::uint32_t
 bool makeRoom(Block& block, std::size_t count)
 {
     block.primes.reset(new (std::nothrow) std::uint32_t[count]);
+    if (block.primes && !leavesMemory())
+        block.primes.reset();
     return block.primes != nullptr;
 }
 

@@ -5,6 +5,7 @@
 #include <new>
 
 bool arrayAllocationFails = false;
+std::size_t longestArray = anyLength;
 ArrayWatch arrayWatch;
 
 namespace
@@ -54,7 +55,7 @@ void* operator new[](std::size_t size)
 
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
 {
-    return arrayAllocationFails ? nullptr : allocate(size);
+    return arrayAllocationFails || size > longestArray ? nullptr : allocate(size);
 }
 
 void operator delete[](void* block) noexcept

@@ -2,9 +2,14 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 
 // When set, every new[] that may answer null does.
 extern bool arrayAllocationFails;
+
+// So does every new[] of more bytes than this.
+inline constexpr std::size_t anyLength = std::numeric_limits<std::size_t>::max();
+extern std::size_t longestArray;
 
 // What the array that starts at `block` held when it was given back. One thread.
 struct ArrayWatch {

@@ -22,6 +22,7 @@ protected:
     ~SieveWithoutMemory() override
     {
         arrayAllocationFails = false;
+        longestArray = anyLength;
     }
 
     int next(SearchSieve& sieve)
@@ -80,6 +81,16 @@ TEST_F(SieveWithoutMemory, IsIdleWithoutItsArrays)
     sieveSlice(sieve);
     EXPECT_FALSE(sieve.start);
     EXPECT_FALSE(knowsFactor(sieve));
+}
+
+// The last memory is left to the tests.
+TEST_F(SieveWithoutMemory, TakesNothingWhereLessThanAMegabyteIsLeft)
+{
+    longestArray = 1'000'000;
+    const SearchSieve sieve = makeSearchSieve(bits, plan);
+    EXPECT_EQ(0U, sieve.plan.reach);
+    EXPECT_FALSE(sieve.smallNext || sieve.indices || sieve.rejected.crossed);
+    EXPECT_TRUE(sievePrimes(3).empty());
 }
 
 // A block that memory had no room for stays away, and the places of those after it
