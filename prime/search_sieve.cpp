@@ -161,7 +161,8 @@ SearchSieve makeSearchSieve(int bits, const SievePlan& plan)
         !allocateSecret(sieve.smallNext, plan.smallCount) ||
         !allocateSecret(sieve.indices, largerAtOnce) ||
         !allocateSegment(sieve.rejected, sieve.plan.segmentLength) ||
-        !allocateSegment(sieve.composite, sieve.plan.reach) || !leavesMemory()) {
+        !allocateSegment(sieve.composite, sieve.plan.reach) ||
+        !leavesMemory(segmentBytes(sieve.plan))) {
         // An idle sieve holds nothing.
         SearchSieve idle;
         idle.bits = bits;

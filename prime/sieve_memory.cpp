@@ -10,6 +10,7 @@ constexpr std::size_t bitsInByte = 8;
 constexpr std::size_t mostSharesOfRest = 16;
 // More than the tests of many threads need for their numbers.
 constexpr std::size_t memoryLeft = std::size_t{1} << 20;
+constexpr std::size_t fewBytes = std::size_t{16} << 10;
 // A shorter segment is not worth finding the larger primes' indices for.
 constexpr std::uint32_t leastHalvedReach = std::uint32_t{1} << 17;
 
@@ -52,8 +53,10 @@ SieveMemory reserveSieveMemory(SievePlan& plan)
     return memory;
 }
 
-bool leavesMemory()
+bool leavesMemory(std::size_t taken)
 {
+    if (taken < fewBytes)
+        return true;
     // Calls of the functions: the compiler may leave out a new-expression whose memory is
     // not used.
     void* spare = ::operator new[](memoryLeft, std::nothrow);

@@ -42,6 +42,8 @@ private:
 // length fits.
 SieveMemory reserveSieveMemory(SievePlan& plan);
 
-// Whether the process could still have a megabyte. A sieve must not take the last memory:
-// a test that has none for its numbers rejects its candidate, be it prime or not.
-bool leavesMemory();
+// Whether the process, after a sieve took so many bytes, could still have a megabyte. A
+// sieve must not take the last memory: a test that has none for its numbers rejects its
+// candidate, be it prime or not. True for a few bytes: to look takes as long as to use
+// them.
+bool leavesMemory(std::size_t taken);

@@ -85,7 +85,7 @@ void crossOffMultiples(Composites composites, std::uint32_t begin, std::uint32_t
 bool makeRoom(Block& block, std::size_t count)
 {
     block.primes.reset(new (std::nothrow) std::uint32_t[count]);
-    if (block.primes && !leavesMemory())
+    if (block.primes && !leavesMemory(count * sizeof(std::uint32_t)))
         block.primes.reset();
     return block.primes != nullptr;
 }

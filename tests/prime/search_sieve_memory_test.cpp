@@ -87,7 +87,7 @@ TEST_F(SieveWithoutMemory, IsIdleWithoutItsArrays)
 TEST_F(SieveWithoutMemory, TakesNothingWhereLessThanAMegabyteIsLeft)
 {
     longestArray = 1'000'000;
-    const SearchSieve sieve = makeSearchSieve(bits, plan);
+    const SearchSieve sieve = makeSearchSieve(1024, planSieve(1024, mode));
     EXPECT_EQ(0U, sieve.plan.reach);
     EXPECT_FALSE(sieve.smallNext || sieve.indices || sieve.rejected.crossed);
     EXPECT_TRUE(sievePrimes(3).empty());
