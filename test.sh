@@ -6,6 +6,7 @@
 #                       asan, tsan, memcheck, stress, faults, fuzz, windows,
 #                       debian13, arm64
 #   ./test.sh bench     measures for about half an hour; not part of all
+#   ./test.sh bench_figures    the same, as figures for docs/performance.md
 #   ./test.sh soak [SECONDS]   real runs killed, stopped and disturbed, for 300 seconds
 #   ./test.sh fuzz [SECONDS]   each fuzz target for 60 seconds
 #   ./test.sh coverage  the lines that the tests and the fault programs run, by file
