@@ -25,16 +25,16 @@ constexpr double twinConstant = 0.6601618158;
 
 // How many larger primes can be sieved in the time of one rejection of the size.
 // `tools/tune-plan` prints this table for the machine that it runs on. These figures are
-// of 22 November 2026: an x86-64 server with AVX-512 IFMA, libcrypto 3.0. They are some
-// four fifths of what it printed for the fastest way, because a search pays for its
-// primes before it knows how long it will be. At 1024 bits the figure lies between those
-// of two rejections at once and of one.
+// of 22 November 2026: an x86-64 server with AVX-512 IFMA, libcrypto 3.0. They are
+// about what it printed for the fastest way at sizes up to 512 bits, and some four fifths
+// of it above: a search pays for its primes before it knows how long it will be. At 1024
+// bits the figure lies between those of two rejections at once and of one.
 struct Cost {
     int largestBits;
     double primes;
 };
 constexpr Cost costs[] = {
-    {383, 600},     {639, 1'400},    {895, 5'000},
+    {383, 800},     {639, 1'400},    {895, 5'000},
     {1279, 4'500},  {1791, 19'000},  {2559, 33'000},
     {3583, 85'000}, {6143, 150'000}, {std::numeric_limits<int>::max(), 700'000}};
 
