@@ -17,17 +17,17 @@ built_before() {
     return 1
 }
 
-# fetch_source PACKAGE VERSION…: unpacks into "$work/source" the first of these versions
-# that Debian's own archive serves, and sets `version`. The machine's apt configuration
-# does not matter.
+# fetch_source SUITE PACKAGE VERSION…: unpacks into "$work/source" the first of these
+# versions that Debian's own archive serves in the suite, and sets `version`. Neither the
+# machine's own suite nor its apt configuration matters.
 fetch_source() {
-    local package=$1
-    shift
+    local suite=$1 package=$2
+    shift 2
     mkdir -p "$work/lists/partial" "$work/download"
     {
-        echo 'deb-src http://deb.debian.org/debian bookworm main'
-        echo 'deb-src http://deb.debian.org/debian bookworm-updates main'
-        echo 'deb-src http://deb.debian.org/debian-security bookworm-security main'
+        echo "deb-src http://deb.debian.org/debian $suite main"
+        echo "deb-src http://deb.debian.org/debian $suite-updates main"
+        echo "deb-src http://deb.debian.org/debian-security $suite-security main"
     } >"$work/sources.list"
     local apt=(apt-get -q -o "Dir::Etc::SourceList=$work/sources.list"
         -o Dir::Etc::SourceParts=- -o "Dir::State::Lists=$work/lists"
