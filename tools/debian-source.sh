@@ -36,7 +36,10 @@ fetch_source() {
     for version in "$@"; do
         if (cd "$work/download" &&
             "${apt[@]}" source --download-only "$package=$version" >&2); then
-            dpkg-source --no-check -x "$work/download/${package}_"*.dsc "$work/source" >&2
+            # apt-get has checked the files against the archive's signed lists. A version
+            # that was served only in part may have left its .dsc there, too.
+            dpkg-source --no-check -x \
+                "$work/download/${package}_${version#*:}.dsc" "$work/source" >&2
             return
         fi
         echo "$package $version is not served, trying the next one" >&2
