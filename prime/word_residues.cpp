@@ -33,6 +33,7 @@ using Groups = std::array<Group, groupsAtOnce>;
 std::uint64_t highHalf(std::uint64_t a, std::uint64_t b)
 {
     __extension__ using Product = unsigned __int128;
+    // cppcheck-suppress shiftTooManyBits ; it takes the product for a word
     return static_cast<std::uint64_t>(Product{a} * b >> 64);
 }
 
@@ -95,7 +96,7 @@ void computeDistances(std::span<const std::uint64_t> words,
                       std::span<const std::uint32_t> primes, std::uint32_t* distances)
 {
     assert(!words.empty() && !primes.empty());
-    const auto width = static_cast<std::size_t>(std::bit_width(primes.back()));
+    const auto width = static_cast<std::size_t>(std::bit_width(primes.back() | 1U));
     Groups groups;
     for (std::size_t first = 0; first < primes.size();) {
         for (Group& group : groups) {
