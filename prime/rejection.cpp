@@ -36,6 +36,7 @@ private:
 StrongVerdict testTwo(Rejection& rejection, const SearchSieve& sieve,
                       const BIGNUM* candidate, std::uint32_t steps, BN_CTX* context)
 {
+    rejection.aheadVerdict = StrongVerdict::unknown;
     if (!BN_copy(rejection.ahead.get(), candidate) ||
         !BN_add_word(rejection.ahead.get(), std::uint64_t{steps} * sieve.plan.step))
         return StrongVerdict::unknown;
@@ -43,7 +44,6 @@ StrongVerdict testTwo(Rejection& rejection, const SearchSieve& sieve,
     const auto verdicts =
         strongTestOfTwo(rejection.tester, candidate, rejection.ahead.get(), context);
     noteExponentiations(ExponentiationWay::twoAtOnce, 2, watch.seconds());
-    rejection.aheadIndex = sieve.index + steps;
     rejection.aheadVerdict = verdicts[1];
     return verdicts[0];
 }
@@ -75,11 +75,8 @@ bool isProvenComposite(Rejection& rejection, const SearchSieve& sieve,
     if (!testsNow(sieve))
         return false;
     if (rejection.aheadVerdict != StrongVerdict::unknown &&
-        rejection.aheadIndex == sieve.index) {
-        const StrongVerdict verdict = rejection.aheadVerdict;
-        rejection.aheadVerdict = StrongVerdict::unknown;
-        return verdict == StrongVerdict::composite;
-    }
+        BN_cmp(rejection.ahead.get(), candidate) == 0)
+        return rejection.aheadVerdict == StrongVerdict::composite;
     ExponentiationWay way = rejectionWay(sieve.bits);
     if (way == ExponentiationWay::twoAtOnce) {
         const std::uint32_t steps = stepsToNextUnknown(sieve);

@@ -13,7 +13,7 @@ struct Rejection {
     // Its memory is its own: a context of libcrypto that could not give a number gives
     // nothing more in that frame, and every test of the search would fail.
     SecretNumber ahead;
-    std::uint32_t aheadIndex = 0;
+    // Stays when a larger prime crosses that candidate off before its turn.
     StrongVerdict aheadVerdict = StrongVerdict::unknown; // unknown: there is none
 };
 

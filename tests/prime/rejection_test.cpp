@@ -46,9 +46,13 @@ protected:
                 ASSERT_FALSE(prime);
                 continue;
             }
+            const int before = uses(Way::twoAtOnce);
             ASSERT_NE(prime,
                       isProvenComposite(rejection, sieve, candidate.get(), context.get()))
                 << toHex(candidate.get());
+            // What takes two numbers at once is not used, or noted, for one.
+            const int noted = uses(Way::twoAtOnce) - before;
+            ASSERT_TRUE(noted == 0 || noted == 2) << noted;
             left += prime ? 1 : 0;
         }
         EXPECT_GT(left, 0);
@@ -92,6 +96,24 @@ TEST_P(Rejections, MakeNoTestBelow512BitsAndWithoutASieve)
     EXPECT_EQ(0, uses(GetParam()));
 }
 
+// What a library call that failed left untold is no proof.
+TEST_P(Rejections, ProveNothingWithoutTheirMemory)
+{
+    const int mode = modeFromBase | modeSafe;
+    SearchSieve sieve = makeSearchSieve(512, planSieve(512, mode));
+    Rejection none;
+    none.ahead.reset(BN_new());
+    const BigNumber candidate = fromHex(oracle::randomNumber(512, 5));
+    const BigNumber half(BN_new());
+    for (int i = 0; i < 20; ++i) {
+        ASSERT_EQ(1, nextSievedCandidate(sieve, candidate.get(), mode, residues.data(),
+                                         context.get()));
+        EXPECT_FALSE(isProvenComposite(none, sieve, candidate.get(), context.get()));
+        EXPECT_FALSE(isHalfProvenComposite(none, sieve, candidate.get(), half.get(),
+                                           context.get()));
+    }
+}
+
 TEST_P(Rejections, ProveHalvesCompositeToo)
 {
     const int mode = modeFromBase | modeSafe;
@@ -113,6 +135,44 @@ TEST_P(Rejections, ProveHalvesCompositeToo)
     BN_add_word(candidate.get(), 1);
     EXPECT_TRUE(isHalfProvenComposite(rejection, sieve, candidate.get(), half.get(),
                                       context.get()));
+}
+
+// Of a later candidate that the sieve then crosses off, the verdict is never asked for.
+// It must not be taken for that of a prime as far from the sieve's next start.
+TEST(RejectionsByTwoAtOnce, RememberNothingOfTheStartBefore)
+{
+    const Context context = newContext();
+    std::array<std::uint16_t, smallPrimeCount> residues{};
+    SearchSieve sieve = makeSearchSieve(512, planSieve(512, modeFromBase));
+    const BigNumber candidate(BN_new());
+    const auto startAbove = [&](const std::string& base) {
+        BN_copy(candidate.get(), fromHex(base).get());
+        sieve.start.reset();
+        EXPECT_EQ(1, nextSievedCandidate(sieve, candidate.get(), modeFromBase,
+                                         residues.data(), context.get()));
+    };
+    int compared = 0;
+    for (std::uint32_t seed = 1; seed <= 100; ++seed) {
+        Rejection rejection = makeRejection(sieve);
+        startAbove(oracle::randomNumber(512, seed));
+        const long distance = 2 * static_cast<long>(stepsToNextUnknown(sieve));
+        fakeWay = Way::twoAtOnce;
+        isProvenComposite(rejection, sieve, candidate.get(), context.get());
+
+        const std::string prime =
+            oracle::firstPrime(oracle::randomNumber(512, seed + 100), {512, false});
+        const std::string start = oracle::sum(prime, -distance);
+        startAbove(oracle::sum(start, -2));
+        if (distance == 0 || toHex(candidate.get()) != start)
+            continue;
+        while (toHex(candidate.get()) != prime)
+            ASSERT_EQ(1, nextSievedCandidate(sieve, candidate.get(), modeFromBase,
+                                             residues.data(), context.get()));
+        fakeWay = Way::squarings;
+        ASSERT_FALSE(isProvenComposite(rejection, sieve, candidate.get(), context.get()));
+        ++compared;
+    }
+    EXPECT_GT(compared, 5);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, Rejections,
