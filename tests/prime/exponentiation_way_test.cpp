@@ -9,10 +9,11 @@ namespace
 using Way = ExponentiationWay;
 constexpr int bits = 1024;
 
-// Says that one exponentiation took so long.
+// Says that one use of the way took so long for each of its exponentiations.
 void note(Way way, double seconds)
 {
-    noteExponentiations(way, 1, seconds);
+    const int count = way == Way::twoAtOnce ? 2 : 1;
+    noteExponentiations(way, count, count * seconds);
 }
 
 // Uses the ways for so many rejections, each at the same speed. Returns how many went by
@@ -40,20 +41,26 @@ TEST(ExponentiationWays, AreTriedInTurnThenTheFastestIsTaken)
     EXPECT_EQ(Way::squarings, rejectionWay(bits));
     note(Way::squarings, 3);
     EXPECT_EQ(Way::twoAtOnce, rejectionWay(bits));
-    noteExponentiations(Way::twoAtOnce, 2, 8);
+    note(Way::twoAtOnce, 4);
     EXPECT_EQ(Way::squarings, rejectionWay(bits));
     EXPECT_EQ(Way::squarings, singleWay(bits, true));
     EXPECT_EQ(Way::slidingWindow, witnessWay(bits));
 
-    // The others are tried once each before any is tried again.
-    auto counts = useWays(98, {{Way::squarings, 3},
-                               {Way::twoAtOnce, 4},
-                               {Way::slidingWindow, 3.5},
-                               {Way::constantTime, 3.4}});
+    // A short search tries no other. A longer one tries each once before any again.
+    const std::map<Way, double> first = {{Way::squarings, 3},
+                                         {Way::twoAtOnce, 4},
+                                         {Way::slidingWindow, 3.5},
+                                         {Way::constantTime, 3.4}};
+    EXPECT_EQ((std::map<Way, int>{{Way::squarings, 20}}), useWays(20, first));
+    auto counts = useWays(78, first);
     EXPECT_EQ(1, counts[Way::slidingWindow]);
     EXPECT_EQ(1, counts[Way::constantTime]);
     EXPECT_EQ(0, counts[Way::twoAtOnce]);
-    EXPECT_EQ(96, counts[Way::squarings]);
+    EXPECT_EQ(76, counts[Way::squarings]);
+
+    // A single slow use changes nothing.
+    note(Way::squarings, 100);
+    EXPECT_EQ(Way::squarings, singleWay(bits, true));
 
     // A little faster is not enough for the witnesses.
     EXPECT_EQ(Way::constantTime, singleWay(bits, false));
@@ -71,6 +78,10 @@ TEST(ExponentiationWays, AreTriedInTurnThenTheFastestIsTaken)
     EXPECT_EQ(Way::squarings, singleWay(bits, true));
     useWays(10'000, seconds);
     EXPECT_EQ((std::map<Way, int>{{Way::twoAtOnce, 10'000}}), useWays(10'000, seconds));
+
+    // A little faster than the usual way is not enough, however slow the squarings are.
+    note(Way::slidingWindow, 1.6);
+    EXPECT_EQ(Way::slidingWindow, witnessWay(bits));
 }
 
 } // namespace

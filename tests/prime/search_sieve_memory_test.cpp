@@ -7,6 +7,7 @@
 #include "tests/prime/engine.h"
 #include "tests/support/gmp_oracle.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -93,6 +94,19 @@ TEST_F(SieveWithoutMemory, TakesNothingWhereLessThanAMegabyteIsLeft)
     EXPECT_TRUE(sievePrimes(3).empty());
 }
 
+TEST_F(SieveWithoutMemory, TakesItsSegmentsWhereAMegabyteIsLeft)
+{
+    longestArray = 1 << 20;
+    EXPECT_GT(makeSearchSieve(1024, planSieve(1024, mode)).plan.reach, 0U);
+}
+
+// A short search is over before it could look how much memory is left.
+TEST_F(SieveWithoutMemory, TakesLittleWithoutALook)
+{
+    longestArray = 1'000'000;
+    EXPECT_GT(makeSearchSieve(bits, plan).plan.reach, 0U);
+}
+
 // A block that memory had no room for stays away, and the places of those after it
 // are not mistaken.
 TEST_F(SieveWithoutMemory, KnowsNoPrimeAfterABlockThatIsMissing)
@@ -127,6 +141,32 @@ TEST_F(SieveWithoutMemory, WipesItsArrays)
             EXPECT_EQ(1, arrayWatch.releases);
             EXPECT_TRUE(arrayWatch.wiped) << "array " << array << ", " << candidates;
         }
+}
+
+// A fresh process: the primes are found once.
+TEST(SieveWithoutPrimesDeathTest, IsIdleAndYieldsWhatThePlainSieveDoes)
+{
+    const auto search = [] {
+        arrayAllocationFails = true;
+        const bool empty = sievePrimes(0).empty();
+        arrayAllocationFails = false;
+        SearchSieve sieve = makeSearchSieve(bits, planSieve(bits, mode));
+        const Context context = newContext();
+        std::array<std::uint16_t, smallPrimeCount> residues{};
+        const BigNumber candidate = fromHex(oracle::randomNumber(bits, 8));
+        const BigNumber plain(BN_dup(candidate.get()));
+        bool same = true;
+        for (int i = 0; i < 20; ++i) {
+            nextSievedCandidate(sieve, candidate.get(), mode, residues.data(),
+                                context.get());
+            sieveSlice(sieve);
+            nextCandidate(plain.get(), bits, mode, residues.data(), context.get());
+            same =
+                same && BN_cmp(plain.get(), candidate.get()) == 0 && !knowsFactor(sieve);
+        }
+        std::_Exit(empty && same && !sieve.start ? 5 : 6);
+    };
+    EXPECT_EXIT(search(), testing::ExitedWithCode(5), "");
 }
 
 } // namespace

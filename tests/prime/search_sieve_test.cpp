@@ -140,6 +140,40 @@ TEST_F(SieveOfASearch, CrossesOffNoMoreThanASlice)
     EXPECT_EQ(plan.smallCount + plan.sliceLength, sieve.larger.passed);
 }
 
+TEST_F(SieveOfASearch, CrossesOffASliceOfAnyLength)
+{
+    SievePlan plan = planSieve(bits, modeFromBase);
+    plan.sliceLength = 5 * largerAtOnce - 1;
+    plan.primeCount = plan.smallCount + plan.sliceLength;
+    SearchSieve sieve = makeSearchSieve(bits, plan);
+    ASSERT_EQ(1, next(sieve, modeFromBase));
+    sieveSlice(sieve);
+    ASSERT_EQ(plan.primeCount, sieve.larger.passed);
+    for (int i = 0; i < 50; ++i) {
+        ASSERT_EQ(hasFactor(candidate.get(), plan.primeCount), knowsFactor(sieve)) << i;
+        ASSERT_EQ(1, next(sieve, modeFromBase));
+    }
+}
+
+TEST_F(SieveOfASearch, TellsWhereTheNextCandidateLiesOfWhichItKnowsNoFactor)
+{
+    SearchSieve sieve = makeSearchSieve(bits, planSieve(bits, modeFromBase));
+    ASSERT_EQ(1, next(sieve, modeFromBase));
+    crossOffAll(sieve);
+    int known = 0;
+    for (int i = 0; i < 50; ++i) {
+        const std::uint32_t steps = stepsToNextUnknown(sieve);
+        ASSERT_GT(steps, 0U);
+        const BigNumber unknown(BN_dup(candidate.get()));
+        BN_add_word(unknown.get(), std::uint64_t{steps} * sieve.plan.step);
+        ASSERT_EQ(1, next(sieve, modeFromBase));
+        for (; knowsFactor(sieve); ++known)
+            ASSERT_EQ(1, next(sieve, modeFromBase));
+        ASSERT_EQ(toHex(unknown.get()), toHex(candidate.get())) << i;
+    }
+    EXPECT_GT(known, 10);
+}
+
 TEST_F(SieveOfASearch, KnowsTheFactorsOfTheSlicesThatItHadTimeFor)
 {
     const int mode = modeFromBase | modeSafe;

@@ -1,5 +1,6 @@
 #include "prime/strong_test.h"
 
+#include "tests/fakes/crypto_memory.h"
 #include "tests/prime/engine.h"
 #include "tests/support/gmp_oracle.h"
 
@@ -112,6 +113,45 @@ TEST_F(StrongTest, MakesNoTestWithoutItsMemory)
               strongTest(none, w.get(), Way::squarings, context.get()));
     EXPECT_EQ(StrongVerdict::unknown,
               strongTestOfTwo(none, w.get(), w.get(), context.get())[0]);
+
+    tester.second.reset();
+    EXPECT_EQ(StrongVerdict::passed,
+              strongTest(tester, w.get(), Way::squarings, context.get()));
+    EXPECT_EQ(StrongVerdict::unknown,
+              strongTestOfTwo(tester, w.get(), w.get(), context.get())[0]);
+}
+
+// Runs the test with each allocation of the library failing once, and with none.
+template <typename Test>
+void failEachAllocation(Test test)
+{
+    for (int failing = 0;; ++failing) {
+        const Context context = newContext();
+        const StrongTester tester = makeStrongTester();
+        failCryptoAllocation(failing);
+        test(tester, context.get());
+        const bool failed = cryptoAllocations() > failing;
+        failCryptoAllocation(-1);
+        if (!failed || testing::Test::HasFailure()) {
+            EXPECT_GT(failing, 0);
+            return;
+        }
+    }
+}
+
+TEST(StrongTestWithoutMemory, ProvesNothingOfAPrime)
+{
+    const BigNumber w = fromHex(oracle::powerOfTwo(521, -1));
+    for (const Way way : singleWays)
+        failEachAllocation([&](const StrongTester& tester, BN_CTX* context) {
+            EXPECT_NE(StrongVerdict::composite, strongTest(tester, w.get(), way, context))
+                << static_cast<int>(way);
+        });
+    failEachAllocation([&](const StrongTester& tester, BN_CTX* context) {
+        for (const StrongVerdict verdict :
+             strongTestOfTwo(tester, w.get(), w.get(), context))
+            EXPECT_NE(StrongVerdict::composite, verdict);
+    });
 }
 
 } // namespace

@@ -5,7 +5,9 @@
 #include "tests/prime/engine.h"
 #include "tests/support/gmp_oracle.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <vector>
 
 namespace
 {
@@ -36,6 +38,17 @@ std::vector<std::uint64_t> wordsOf(const BIGNUM* number)
     return words;
 }
 
+void checkDistances(const std::string& digits, const std::vector<std::uint64_t>& words,
+                    std::span<const std::uint32_t> primes)
+{
+    std::vector<std::uint32_t> distances(primes.size());
+    computeDistances(words, primes, distances.data());
+    for (std::size_t i = 0; i < primes.size(); ++i)
+        ASSERT_EQ((primes[i] - oracle::remainder(digits, primes[i])) % primes[i],
+                  distances[i])
+            << primes[i];
+}
+
 TEST_P(Residues, TellTheDistancesToTheNextMultiples)
 {
     const auto words = wordsOf(number.get());
@@ -43,12 +56,7 @@ TEST_P(Residues, TellTheDistancesToTheNextMultiples)
         // From one prime on, so that each number of them in the last group occurs.
         for (const std::size_t count : {1U, 2U, 3U, 4U, 5U, 17U, 1000U}) {
             const auto primes = sievePrimes(block).first(count);
-            std::vector<std::uint32_t> distances(count);
-            computeDistances(words, primes, distances.data());
-            for (std::size_t i = 0; i < count; ++i)
-                ASSERT_EQ((primes[i] - oracle::remainder(digits, primes[i])) % primes[i],
-                          distances[i])
-                    << primes[i];
+            ASSERT_NO_FATAL_FAILURE(checkDistances(digits, words, primes));
         }
     }
 }
@@ -68,6 +76,29 @@ TEST(Distances, FromAPrimesMultipleAreZero)
     EXPECT_EQ(std::vector<std::uint32_t>(primes.size(), 0), distances);
 }
 
+// The last primes below a power of 2, in increasing order.
+std::vector<std::uint32_t> lastPrimesBelow(std::uint64_t power, std::size_t count)
+{
+    std::vector<std::uint32_t> primes;
+    for (auto number = static_cast<unsigned long>(power - 1);
+         primes.size() < count && number > 2; --number)
+        if (oracle::primeAbove(number - 1) == number)
+            primes.push_back(static_cast<std::uint32_t>(number));
+    std::reverse(primes.begin(), primes.end());
+    return primes;
+}
+
+// Of all primes of their length these have the largest products.
+TEST(Distances, AreRightForThePrimesBelowEachPowerOfTwo)
+{
+    const std::string digits = oracle::randomNumber(1984, 12);
+    const auto words = wordsOf(fromHex(digits).get());
+    for (int bits = 3; bits <= 32; ++bits) {
+        const auto primes = lastPrimesBelow(std::uint64_t{1} << bits, 60);
+        ASSERT_NO_FATAL_FAILURE(checkDistances(digits, words, primes));
+    }
+}
+
 // Words at their limits carry the most.
 TEST(Distances, AreRightForTheLeastAndTheLargestWords)
 {
@@ -76,12 +107,7 @@ TEST(Distances, AreRightForTheLeastAndTheLargestWords)
         for (std::size_t count = 1; count <= 64; ++count) {
             const std::vector<std::uint64_t> words(count, word);
             const std::string digits(16 * count, word == 0 ? '0' : 'F');
-            std::vector<std::uint32_t> distances(primes.size());
-            computeDistances(words, primes, distances.data());
-            for (std::size_t i = 0; i < primes.size(); ++i)
-                ASSERT_EQ((primes[i] - oracle::remainder(digits, primes[i])) % primes[i],
-                          distances[i])
-                    << primes[i];
+            ASSERT_NO_FATAL_FAILURE(checkDistances(digits, words, primes));
         }
 }
 
