@@ -158,7 +158,9 @@ task_windows() {
     local openssl gmp
     openssl=$(tools/openssl-windows)
     gmp=$(tools/gmp-windows)
-    build windows -DOPENSSL_ROOT_DIR="$openssl" -DGMP_ROOT_DIR="$gmp"
+    # CMake keeps what it found, also when it is told to look elsewhere.
+    build windows -U 'OPENSSL_*' -U 'LIB_EAY_*' -U 'SSL_EAY_*' \
+        -DOPENSSL_ROOT_DIR="$openssl" -DGMP_ROOT_DIR="$gmp"
     tools/windows-dlls build/windows/norv.exe
     tools/with-wine ctest --preset windows -j "$jobs"
 
