@@ -18,8 +18,8 @@ constexpr Way fewWays[] = {Way::constantTime, Way::squarings};
 constexpr Way allWays[] = {Way::squarings, Way::twoAtOnce, Way::slidingWindow,
                            Way::constantTime};
 
-// The first two are tried at once: each is by far the fastest on some machine. The others
-// gain less, and a short search ends before they have paid for their trials.
+// The first two are tried from the start: each is by far the fastest on some machine. The
+// others gain less, and a short search ends before they have paid for their trials.
 constexpr std::size_t promisingWays = 2;
 constexpr int usesBeforeTrial = 32;
 // A way that another process slowed down when it was tried gets more chances.
@@ -75,6 +75,16 @@ Way untimed(int bits)
     return bits == constantTimeBits ? Way::constantTime : Way::slidingWindow;
 }
 
+// The other way where it is clearly faster than the usual one. The squarings, which are a
+// little faster, stand for the usual way where it has not been tried.
+Way usualOr(Way other, int bits)
+{
+    const Way usual = untimed(bits);
+    const Way tried = timingOf(usual).trials == 0 ? Way::squarings : usual;
+    const double limit = clearlyFaster * timingOf(tried).leastSeconds;
+    return timingOf(other).leastSeconds < limit ? other : usual;
+}
+
 } // namespace
 
 ExponentiationWay rejectionWay(int bits)
@@ -93,7 +103,9 @@ ExponentiationWay singleWay(int bits, bool baseTwo)
 {
     constexpr Way ways[] = {Way::slidingWindow, Way::constantTime, Way::squarings};
     const std::lock_guard lock(guard);
-    const Way way = fastest(std::span(ways).first(baseTwo ? 3 : 2));
+    if (!baseTwo)
+        return usualOr(Way::constantTime, bits);
+    const Way way = fastest(ways);
     return timingOf(way).trials == 0 ? untimed(bits) : way;
 }
 
@@ -101,12 +113,7 @@ ExponentiationWay witnessWay(int bits)
 {
     constexpr Way others[] = {Way::constantTime, Way::twoAtOnce};
     const std::lock_guard lock(guard);
-    const Way usual = untimed(bits);
-    const Way other = fastest(others);
-    // The squarings stand for the usual way where it has not been tried.
-    const double limit = clearlyFaster * std::min(timingOf(usual).leastSeconds,
-                                                  timingOf(Way::squarings).leastSeconds);
-    return timingOf(other).leastSeconds < limit ? other : usual;
+    return usualOr(fastest(others), bits);
 }
 
 void noteExponentiations(ExponentiationWay way, int count, double seconds)

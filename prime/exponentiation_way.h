@@ -1,7 +1,7 @@
 // Ways of exponentiation: which one is the fastest here, found out by using them.
 //
 // It depends on the size, on the processor and on libcrypto's version. No work is done
-// for the timing alone: the first exponentiations of a search use each way in turn.
+// for the timing alone: exponentiations of a search now and then take another way.
 #pragma once
 
 #include <array>
@@ -19,11 +19,13 @@ inline constexpr std::size_t wayCount = 4;
 // is still to be tried. Any thread.
 ExponentiationWay rejectionWay(int bits);
 
-// The fastest way so far for one number alone, by a base that the way must take:
-// slidingWindow or constantTime, for the base 2 squarings as well. Any thread.
+// The way for one number alone, by a base that the way must take: for the base 2 the
+// fastest so far; for any base slidingWindow, or constantTime where it is the size's
+// usual way or clearly faster. Any thread.
 ExponentiationWay singleWay(int bits, bool baseTwo);
 
-// The fastest way so far for two witnesses of one number, never squarings. Any thread.
+// The way for two witnesses of one number: the usual one of the size, or one that was
+// clearly faster, never squarings. Any thread.
 ExponentiationWay witnessWay(int bits);
 
 // `count` exponentiations by this way took so many seconds together. They are of the

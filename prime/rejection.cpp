@@ -43,7 +43,9 @@ StrongVerdict testTwo(Rejection& rejection, const SearchSieve& sieve,
     const Stopwatch watch;
     const auto verdicts =
         strongTestOfTwo(rejection.tester, candidate, rejection.ahead.get(), context);
-    noteExponentiations(ExponentiationWay::twoAtOnce, 2, watch.seconds());
+    // A test that failed was quick.
+    if (verdicts[0] != StrongVerdict::unknown && verdicts[1] != StrongVerdict::unknown)
+        noteExponentiations(ExponentiationWay::twoAtOnce, 2, watch.seconds());
     rejection.aheadVerdict = verdicts[1];
     return verdicts[0];
 }
@@ -53,7 +55,8 @@ StrongVerdict testOne(const Rejection& rejection, const BIGNUM* number,
 {
     const Stopwatch watch;
     const StrongVerdict verdict = strongTest(rejection.tester, number, way, context);
-    noteExponentiations(way, 1, watch.seconds());
+    if (verdict != StrongVerdict::unknown)
+        noteExponentiations(way, 1, watch.seconds());
     return verdict;
 }
 

@@ -17,7 +17,7 @@ struct SievePlan {
 };
 
 // How many primes are worth sieving with, when `cost` larger primes can be sieved in the
-// time of one exponentiation. An estimate. It counts from 3, small primes included, and
+// time of one rejection. An estimate. It counts from 3, small primes included, and
 // is limited by what the blocks hold: primes below 2^28.
 //
 // bits    2 or more

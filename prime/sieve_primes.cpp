@@ -31,8 +31,8 @@ struct Block {
 
 std::array<Block, sieveBlockLimit> blocks;
 
-// The odd multiples of a prime below 64: a bit for each odd number, from 1 on. They
-// repeat after as many words as the prime.
+// The odd multiples of one prime, which is below 64: a bit for each odd number, from 1
+// on. They repeat after as many words as the prime.
 struct Pattern {
     std::uint32_t prime;
     std::array<std::uint64_t, wordBits> multiples;

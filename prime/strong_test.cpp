@@ -51,8 +51,8 @@ bool prepare(Subject& subject, const Temporaries& t)
            BN_MONT_CTX_set(subject.montgomery, subject.w, subject.context);
 }
 
-// z = 2^m in Montgomery form. The first bits of m are taken in one step: as a number
-// they are less than the bits of w, so 2 to that power is below w.
+// z = 2^m in Montgomery form. The first bits of m are taken in one step: the number that
+// they form is less than w's length in bits, so 2 to that power is below w.
 bool powerBySquarings(const Subject& subject, const Temporaries& t)
 {
     const int bits = BN_num_bits(t.m());

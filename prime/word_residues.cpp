@@ -33,8 +33,7 @@ using Groups = std::array<Group, groupsAtOnce>;
 std::uint64_t highHalf(std::uint64_t a, std::uint64_t b)
 {
     __extension__ using Product = unsigned __int128;
-    // cppcheck-suppress shiftTooManyBits ; it takes the product for a word
-    return static_cast<std::uint64_t>(Product{a} * b >> 64);
+    return static_cast<std::uint64_t>(static_cast<Product>(a) * b >> 64);
 }
 
 // Newton's iteration. The first value has five right bits, and each round doubles them.

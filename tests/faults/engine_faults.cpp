@@ -3,7 +3,6 @@
 #include "prime/candidate_sieve.h"
 #include "prime/miller_rabin.h"
 #include "prime/search_sieve.h"
-#include "prime/sieve_primes.h"
 #include "prime/word_residues.h"
 #include "tests/fakes/random_bytes.h"
 #include "tests/faults/each_call.h"

@@ -10,6 +10,8 @@
 #include "prime/prime_generation.h"
 #include "prime/search_sieve.h"
 #include "prime/shortcuts.h"
+#include "prime/sieve_plan.h"
+#include "prime/sieve_primes.h"
 #include "search/generation_callback.h"
 #include "search/search_state.h"
 #include "search/search_worker.h"

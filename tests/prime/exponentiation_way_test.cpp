@@ -36,6 +36,7 @@ TEST(ExponentiationWays, AreTriedInTurnThenTheFastestIsTaken)
     EXPECT_EQ(Way::slidingWindow, witnessWay(bits));
     EXPECT_EQ(Way::constantTime, singleWay(512, false));
     EXPECT_EQ(Way::constantTime, witnessWay(512));
+    EXPECT_EQ(Way::constantTime, rejectionWay(512));
 
     // The two that are fastest on some machine come first.
     EXPECT_EQ(Way::squarings, rejectionWay(bits));
@@ -62,8 +63,8 @@ TEST(ExponentiationWays, AreTriedInTurnThenTheFastestIsTaken)
     note(Way::squarings, 100);
     EXPECT_EQ(Way::squarings, singleWay(bits, true));
 
-    // A little faster is not enough for the witnesses.
-    EXPECT_EQ(Way::constantTime, singleWay(bits, false));
+    // A little faster is not enough for a witness, alone or with another.
+    EXPECT_EQ(Way::slidingWindow, singleWay(bits, false));
     EXPECT_EQ(Way::slidingWindow, witnessWay(bits));
 
     // A way that was slowed down when it was tried is tried again, and not for ever.
@@ -82,6 +83,8 @@ TEST(ExponentiationWays, AreTriedInTurnThenTheFastestIsTaken)
     // A little faster than the usual way is not enough, however slow the squarings are.
     note(Way::slidingWindow, 1.6);
     EXPECT_EQ(Way::slidingWindow, witnessWay(bits));
+    note(Way::constantTime, 1.4);
+    EXPECT_EQ(Way::constantTime, singleWay(bits, false));
 }
 
 } // namespace

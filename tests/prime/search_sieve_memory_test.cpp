@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <vector>
 
 namespace
 {
@@ -90,7 +91,8 @@ TEST_F(SieveWithoutMemory, TakesNothingWhereLessThanAMegabyteIsLeft)
     longestArray = 1'000'000;
     const SearchSieve sieve = makeSearchSieve(1024, planSieve(1024, mode));
     EXPECT_EQ(0U, sieve.plan.reach);
-    EXPECT_FALSE(sieve.smallNext || sieve.indices || sieve.rejected.crossed);
+    EXPECT_FALSE(sieve.words || sieve.smallNext || sieve.indices ||
+                 sieve.rejected.crossed || sieve.composite.crossed);
     EXPECT_TRUE(sievePrimes(3).empty());
 }
 
@@ -105,6 +107,18 @@ TEST_F(SieveWithoutMemory, TakesLittleWithoutALook)
 {
     longestArray = 1'000'000;
     EXPECT_GT(makeSearchSieve(bits, plan).plan.reach, 0U);
+}
+
+// An idle sieve reserves nothing.
+TEST_F(SieveWithoutMemory, LeavesItsShareToOthers)
+{
+    const SievePlan wanted = planSieve(16384, mode);
+    longestArray = 1'000'000;
+    std::vector<SearchSieve> idle;
+    for (int i = 0; i < 200; ++i)
+        idle.push_back(makeSearchSieve(16384, wanted));
+    longestArray = anyLength;
+    EXPECT_EQ(wanted.reach, makeSearchSieve(16384, wanted).plan.reach);
 }
 
 // A block that memory had no room for stays away, and the places of those after it

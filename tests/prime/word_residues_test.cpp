@@ -6,7 +6,10 @@
 #include "tests/support/gmp_oracle.h"
 
 #include <algorithm>
+#include <cinttypes>
+#include <cstdio>
 #include <gtest/gtest.h>
+#include <string>
 #include <vector>
 
 namespace
@@ -99,14 +102,27 @@ TEST(Distances, AreRightForThePrimesBelowEachPowerOfTwo)
     }
 }
 
-// Words at their limits carry the most.
+// A word that is less than the carry borrows.
 TEST(Distances, AreRightForTheLeastAndTheLargestWords)
 {
+    using WordAt = std::uint64_t (*)(std::size_t);
+    constexpr WordAt numbers[] = {
+        [](std::size_t) { return std::uint64_t{0}; },
+        [](std::size_t) { return ~std::uint64_t{0}; },
+        [](std::size_t i) { return std::uint64_t{i == 0}; },
+        [](std::size_t i) { return i % 2 == 0 ? 0 : ~std::uint64_t{0}; },
+    };
     const auto primes = sievePrimes(2).first(100);
-    for (const std::uint64_t word : {std::uint64_t{0}, ~std::uint64_t{0}})
+    for (const WordAt wordAt : numbers)
         for (std::size_t count = 1; count <= 64; ++count) {
-            const std::vector<std::uint64_t> words(count, word);
-            const std::string digits(16 * count, word == 0 ? '0' : 'F');
+            std::vector<std::uint64_t> words;
+            std::string digits;
+            for (std::size_t i = 0; i < count; ++i) {
+                words.push_back(wordAt(i));
+                char word[17];
+                std::snprintf(word, sizeof word, "%016" PRIX64, words.back());
+                digits.insert(0, word);
+            }
             ASSERT_NO_FATAL_FAILURE(checkDistances(digits, words, primes));
         }
 }
