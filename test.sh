@@ -159,7 +159,7 @@ task_windows() {
     openssl=$(tools/openssl-windows)
     gmp=$(tools/gmp-windows)
     # CMake keeps what it found, also when it is told to look elsewhere.
-    build windows -U 'OPENSSL_*' -U 'LIB_EAY_*' -U 'SSL_EAY_*' \
+    build windows -U 'OPENSSL_*' -U 'LIB_EAY*' -U 'SSL_EAY*' \
         -DOPENSSL_ROOT_DIR="$openssl" -DGMP_ROOT_DIR="$gmp"
     tools/windows-dlls build/windows/norv.exe
     tools/with-wine ctest --preset windows -j "$jobs"

@@ -114,9 +114,9 @@ TEST_F(SieveWithoutMemory, LeavesItsShareToOthers)
 {
     const SievePlan wanted = planSieve(16384, mode);
     longestArray = 1'000'000;
-    std::vector<SearchSieve> idle;
-    for (int i = 0; i < 200; ++i)
-        idle.push_back(makeSearchSieve(16384, wanted));
+    std::vector<SearchSieve> idle(200);
+    for (SearchSieve& sieve : idle)
+        sieve = makeSearchSieve(16384, wanted);
     longestArray = anyLength;
     EXPECT_EQ(wanted.reach, makeSearchSieve(16384, wanted).plan.reach);
 }
