@@ -1,5 +1,6 @@
 #include "platform/thread.h"
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <new>
@@ -7,23 +8,35 @@
 #include <thread>
 #include <unistd.h>
 
+enum class ThreadStage {
+    running, // its procedure, while there is a handle
+    ended,   // its procedure has returned; whoever has the handle joins it
+    closed   // the handle was given up before: the thread detaches itself
+};
+
+// Shared by the thread and its handle; whichever comes last frees it.
 struct ThreadObject {
-    pthread_t thread;
-    bool joined;
+    ThreadProc procedure;
+    void* argument;
+    std::atomic<ThreadStage> stage = ThreadStage::running;
+    pthread_t thread{};
+    bool joined = false;
 };
 
 namespace
 {
 
-struct ThreadStart {
-    ThreadProc procedure;
-    void* argument;
-};
-
-void* runThread(void* start)
+// The thread itself is detached by nobody but itself: glibc's pthread_detach reads the
+// thread's record after it has detached the thread, which may have ended by then and
+// taken the record along.
+void* runThread(void* argument)
 {
-    const std::unique_ptr<ThreadStart> owned(static_cast<ThreadStart*>(start));
-    owned->procedure(owned->argument);
+    auto* object = static_cast<ThreadObject*>(argument);
+    object->procedure(object->argument);
+    if (object->stage.exchange(ThreadStage::ended) == ThreadStage::closed) {
+        delete object;
+        pthread_detach(pthread_self());
+    }
     return nullptr;
 }
 
@@ -31,15 +44,10 @@ void* runThread(void* start)
 
 ThreadHandle createThread(ThreadProc procedure, void* argument)
 {
-    std::unique_ptr<ThreadObject> object(new (std::nothrow) ThreadObject{});
-    std::unique_ptr<ThreadStart> start(new (std::nothrow)
-                                           ThreadStart{procedure, argument});
-    if (!object || !start)
+    std::unique_ptr<ThreadObject> object(new (std::nothrow)
+                                             ThreadObject{procedure, argument});
+    if (!object || pthread_create(&object->thread, nullptr, runThread, object.get()) != 0)
         return nullptr;
-
-    if (pthread_create(&object->thread, nullptr, runThread, start.get()) != 0)
-        return nullptr;
-    static_cast<void>(start.release());
     return object.release();
 }
 
@@ -62,8 +70,11 @@ bool waitForThreads(const ThreadHandle* threads, int count)
 
 void closeThread(ThreadHandle thread)
 {
-    if (!thread->joined)
-        pthread_detach(thread->thread);
+    if (!thread->joined) {
+        if (thread->stage.exchange(ThreadStage::closed) == ThreadStage::running)
+            return;
+        pthread_join(thread->thread, nullptr);
+    }
     delete thread;
 }
 

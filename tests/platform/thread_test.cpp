@@ -51,6 +51,26 @@ TEST(Thread, RunsItsProcedureWithItsArgument)
     closeThread(thread);
 }
 
+std::uint32_t countUp(void* argument)
+{
+    ++*static_cast<std::atomic<int>*>(argument);
+    return 0;
+}
+
+// A thread may end at the very moment at which its handle is given up.
+TEST(Thread, MayEndWhileItIsClosed)
+{
+    constexpr int rounds = 100;
+    constexpr int threads = 64;
+    std::atomic<int> ended{0};
+    for (int round = 0; round < rounds; ++round)
+        for (const ThreadHandle thread : startThreads(threads, countUp, &ended))
+            closeThread(thread);
+    while (ended < rounds * threads)
+        pauseThread(1);
+    EXPECT_EQ(rounds * threads, ended);
+}
+
 TEST(Thread, WaitsForAllOfThem)
 {
     Gate gate;
