@@ -26,9 +26,9 @@ struct ThreadObject {
 namespace
 {
 
-// The thread itself is detached by nobody but itself: glibc's pthread_detach reads the
-// thread's record after it has detached the thread, which may have ended by then and
-// taken the record along.
+// Only the thread itself detaches it: glibc's pthread_detach reads the thread's record
+// after it has detached the thread. Another thread may have ended by then, and its record
+// is freed.
 void* runThread(void* argument)
 {
     auto* object = static_cast<ThreadObject*>(argument);
