@@ -18,6 +18,6 @@ std::int32_t decodeHex(std::uint8_t* out, std::int32_t capacity, const wchar_t* 
 // backslash and the character after it) may stand between the pairs of digits. When the
 // stream is standard input and noPrompt is not set, a prompt is printed first.
 // Returns the number, the caller's to free, or null when the stream ended early or held
-// fewer than N pairs. What was read is wiped, except the last decoded byte. Throws
-// std::bad_alloc.
+// fewer than N pairs. This function's buffer is wiped, after a whole read except its last
+// decoded byte; the stream's own buffer is not. Throws std::bad_alloc.
 BIGNUM* readBaseFromStream(std::int32_t bits, std::FILE* stream);

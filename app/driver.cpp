@@ -163,8 +163,9 @@ ThreadsEnd runThreads(SearchContext& context, std::int32_t threadCount)
     if (threadCount < -1)
         throw std::bad_array_new_length();
 
-    // The stop watcher needs room even when no handle is waited for. The list is not
-    // cleared: that would claim the memory of a billion handles that are never made.
+    // With -threads -1, `wanted` is 0, but the stop watcher is still started and needs an
+    // entry. The list is not cleared: that would claim the memory of a billion handles
+    // that are never made.
     const auto wanted = static_cast<std::size_t>(std::int64_t{threadCount} + 1);
     const std::unique_ptr<ThreadHandle[]> handles(
         new ThreadHandle[std::max<std::size_t>(wanted, 1)]);

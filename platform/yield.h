@@ -1,5 +1,5 @@
-// Giving up the processor, apart from the other thread calls so that a test
-// can count the yields of a wait.
+// Giving up the processor. In a file of its own, so that a test can count the yields
+// without replacing the other thread calls.
 #pragma once
 
 // Lets another thread that is ready run; returns at once when there is none.

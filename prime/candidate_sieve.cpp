@@ -65,8 +65,8 @@ bool computeResidues(const BIGNUM* start, std::size_t used, std::uint16_t* resid
                                residues + 1);
 }
 
-// Whether no prime used divides start + delta or, in a safe search, half of
-// what lies one below it.
+// Whether no prime used divides start + delta or, in a safe search, half of what lies one
+// below it. Up to 31 bits, only the primes up to the square root are tried.
 bool survives(const BIGNUM* start, int bits, bool safe, std::size_t used,
               const std::uint16_t* residues, std::uint64_t delta)
 {
@@ -117,8 +117,8 @@ int nextCandidate(BIGNUM* candidate, int bits, int mode, std::uint16_t* residues
 
         if (!BN_add_word(candidate, delta))
             return 0;
-        // One bit more means that the offset passed the top of the size: the next
-        // round wraps around within the bit length.
+        // One bit more means that the offset passed the top of the size: the next round
+        // wraps around within the bit length, or draws a new start.
         if (BN_num_bits(candidate) == bits) {
             assert(BN_is_odd(candidate) && (!safe || BN_is_bit_set(candidate, 1)));
             return 1;

@@ -10,15 +10,17 @@
 inline constexpr int modeSafe = 1;     // a safe prime: (p-1)/2 is prime too
 inline constexpr int modeFromBase = 2; // upward from the number given, not random
 
-// Replaces `candidate` by the next odd number above it of exactly `bits` bits
-// that no sieve prime divides; with modeSafe by one that is 3 modulo 4 and whose
-// (p-1)/2 none divides either. After the largest number of that size it wraps around
-// within the bit length.
+// Replaces `candidate` by the first odd number of exactly `bits` bits, from the start on,
+// that no sieve prime divides; with modeSafe by one that is 3 modulo 4 and whose (p-1)/2
+// none divides either. Up to 31 bits, only the sieve primes up to the number's square
+// root are tried. After the largest number of that size it wraps around within the bit
+// length or, without modeFromBase, draws a new start.
 //
-// candidate  in: where to start (with modeFromBase; a longer number counts with
-//            its low bits) or anything (without: the start is random, its two
-//            top bits set); out: the candidate or, after a failure, whatever
-//            was computed last
+// candidate  in, with modeFromBase: the number given. A longer one counts with its low
+//            bits. The start is 2 above an odd and 3 above an even one, with the top
+//            bit set. In, without modeFromBase: anything. The start is then random, its
+//            two top bits set. Out: the candidate or, after a failure, whatever was
+//            computed last
 // bits       size of the result, 2 or more
 // mode       modeSafe, modeFromBase
 // residues   scratch, smallPrimeCount entries, reused from call to call: the

@@ -11,7 +11,8 @@ namespace
 using Way = ExponentiationWay;
 
 // The size whose exponentiations in constant time were the fastest wherever they were
-// measured: libcrypto has a routine of its own for it. No time is spent on slower ways.
+// measured: libcrypto has a routine of its own for it. At this size only this way and the
+// squarings are tried.
 constexpr int constantTimeBits = 512;
 
 constexpr Way fewWays[] = {Way::constantTime, Way::squarings};

@@ -19,9 +19,9 @@ inline constexpr std::size_t wayCount = 4;
 // is still to be tried. Any thread.
 ExponentiationWay rejectionWay(int bits);
 
-// The way for one number alone, by a base that the way must take: for the base 2 the
-// fastest so far; for any base slidingWindow, or constantTime where it is the size's
-// usual way or clearly faster. Any thread.
+// The way for one number alone. With `baseTwo`, for the base 2: the fastest so far, or
+// the size's usual way when none was timed. Otherwise, for any base: slidingWindow, or
+// constantTime where it is the size's usual way or clearly faster. Any thread.
 ExponentiationWay singleWay(int bits, bool baseTwo);
 
 // The way for two witnesses of one number: the usual one of the size, or one that was

@@ -82,8 +82,8 @@ Iteration judge(const Subject& subject, const Temporaries& t)
         if (BN_is_one(t.z()))
             return Iteration::composite;
     }
-    // b^(w-1) itself would only tell why w is composite; that the step can be
-    // made still decides between a verdict and a failure.
+    // The value of b^(w-1) is not needed. The squaring is made only because its failure
+    // must give a failure instead of a verdict.
     // docs/fixed-behaviour.md: last-squaring
     return squareResidue(subject, t) ? Iteration::composite : Iteration::failed;
 }

@@ -44,7 +44,8 @@ int isPrimeInTurn(const BIGNUM* w, BN_CTX* context, GenCallback* callback,
 // Runs `checks` iterations (as above) on `w`, each with a witness of its own
 // from getRandomBelow, and ends with the first that proves it composite.
 //
-// context   the seven temporaries taken from it are wiped before it returns
+// context   the temporaries taken from it (seven, or nine where two iterations run
+//           at once) are wiped before it returns
 // callback  gets event 1 with the iteration's number, from 0, for each one
 //           passed; may be null
 // status    receives the verdict; unchanged on failure

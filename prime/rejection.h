@@ -10,10 +10,11 @@
 struct Rejection {
     StrongTester tester;
     // The later candidate that was tested together with one before it.
-    // Its memory is its own: a context of libcrypto that could not give a number gives
-    // nothing more in that frame, and every test of the search would fail.
+    // Not taken from the context: if the context failed once, it gives no more numbers in
+    // that frame, and every test of the search would fail.
     SecretNumber ahead;
-    // Stays when a larger prime crosses that candidate off before its turn.
+    // The verdict is kept even when a larger prime crosses that candidate off before its
+    // turn.
     StrongVerdict aheadVerdict = StrongVerdict::unknown; // unknown: there is none
 };
 

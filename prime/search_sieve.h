@@ -44,9 +44,9 @@ struct SearchSieve {
     // `composite`.
     PrimeCursor larger;
 
-    // smallNext[i]: the first index after the end of `rejected` whose number the i-th
-    // small prime divides. By the Chinese remainder theorem the start can be computed
-    // from them.
+    // smallNext[i]: the first index at or after the end of `rejected` whose number the
+    // i-th small prime divides. By the Chinese remainder theorem the start can be
+    // computed from them.
     SecretArray<std::uint32_t> smallNext;
     SecretArray<std::uint32_t> indices; // of the larger primes at hand
 };
@@ -68,7 +68,7 @@ void sieveSlice(SearchSieve& sieve);
 // (p-1)/2, with halves. Never wrong, unlike a test whose witnesses repeat.
 bool knowsFactor(const SearchSieve& sieve);
 
-// How many steps after the candidate yielded last the next one lies of which the sieve
-// knows no factor; it will be yielded. 0 when there is none in the segment of the small
-// primes, and when the sieve is idle.
+// The distance, in steps, from the candidate yielded last to the next number of which the
+// sieve knows no factor. That number will be a candidate. 0 when there is none in the
+// segment of the small primes, and when the sieve is idle.
 std::uint32_t stepsToNextUnknown(const SearchSieve& sieve);

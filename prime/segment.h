@@ -32,7 +32,7 @@ inline std::uint32_t endOf(const Segment& segment)
 void beginSegment(Segment& segment, std::uint32_t first);
 
 // Crosses off the numbers at `index`, `index` + prime, ... to the segment's end.
-// `index` is not below its first. Returns the first of these indices after the end.
+// `index` is not below its first. Returns the first of these indices at or after the end.
 std::uint32_t crossOff(Segment& segment, std::uint32_t prime, std::uint32_t index);
 
 // Whether the number at `index`, which lies in the segment, is crossed off.

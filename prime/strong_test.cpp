@@ -19,7 +19,8 @@ struct Temporaries {
     {
         return numbers[1];
     }
-    // 1 and w - 1, as residues or in Montgomery form.
+    // 1 and w - 1, as residues or in Montgomery form. Where the base is w - 2, `one`
+    // holds it until the exponentiation.
     BIGNUM* one() const
     {
         return numbers[2];
@@ -77,8 +78,8 @@ bool powerBySquarings(const Subject& subject, const Temporaries& t)
            BN_sub(t.minusOne(), subject.w, t.one());
 }
 
-// one = w - 2, the base that stands in for 2: as long as the modulus, and with m odd
-// its powers differ from those of 2 by the sign alone, and by nothing once squared.
+// one = w - 2, the base that stands in for 2. w - 2 has the length of the modulus and
+// equals -2 modulo w. Since m is odd, (-2)^m = -(2^m), and its square equals that of 2^m.
 bool setBase(const Subject& subject, const Temporaries& t)
 {
     return BN_copy(t.one(), subject.w) && BN_sub_word(t.one(), 2);

@@ -19,7 +19,7 @@ void setBase(TrackedLock& lock, BIGNUM* base, std::int32_t bits)
 BIGNUM* getNextBase(TrackedLock& lock)
 {
     const TrackedLockScope scope(lock, L"getNextBase", 221);
-    // Advance before copying: no two workers may ever receive the same start.
+    // Advance before copying: the window at the base itself is never searched.
     // docs/fixed-behaviour.md: advance-first, unchecked-advance
     BN_add_word(sharedBase, maxDelta);
     return BN_dup(sharedBase);

@@ -33,8 +33,9 @@ extern std::atomic<BIGNUM*> resultPrime;
 // before any thread starts.
 void setBase(TrackedLock& lock, BIGNUM* base, std::int32_t bits);
 
-// Advances sharedBase by one window and returns a copy of it, the caller's to
-// free, or null when memory is short. No two calls return the same number.
+// Advances sharedBase by one window and returns a copy of it, the caller's to free, or
+// null when memory is short. No two calls return the same number, unless memory was too
+// short to advance.
 BIGNUM* getNextBase(TrackedLock& lock);
 
 // Publishes a copy of `prime` as resultPrime, or null when it cannot be copied.

@@ -12,5 +12,5 @@ extern OneWayFlag stopWatcherReady;
 // The thread procedure of the watcher; `context` points to the SearchContext.
 // Creates the semaphore that the SearchContext names, with count 0 of at most 1, or opens
 // the one that exists as it is. Waits on it, then raises the stop flag. Without a name,
-// or with one that cannot be a semaphore's, it raises the flag at once. Returns 0.
+// or when it gets no semaphore, it raises the flag at once. Returns 0.
 std::uint32_t stopWatcherThreadProc(void* context);

@@ -51,8 +51,9 @@ void TrackedLock::waitReady()
 void TrackedLock::acquire(const wchar_t* name, std::int32_t line)
 {
     waitReady();
-    // Again on purpose: for a destroyed lock, whose first wait ended early, one more
-    // yield before it is entered all the same. docs/fixed-behaviour.md: two-waits
+    // The second wait matters only for a lock that is destroyed and whose guard is not
+    // ready: it yields once more, and the lock is then entered.
+    // docs/fixed-behaviour.md: two-waits
     waitReady();
     enterCriticalSection(criticalSection);
     ++depth;

@@ -28,5 +28,6 @@ LockOutcome lockWithin(const Descriptor& file, off_t byte, LockKind kind,
 // Gives up what this descriptor holds on the byte, if it holds anything.
 void unlock(const Descriptor& file, off_t byte);
 
-// Returns what tryLock would return for an exclusive lock, and takes no lock.
+// Returns what tryLock would return for an exclusive lock, and takes no lock. `held` then
+// means: nobody else has a lock.
 LockOutcome lookAtLock(const Descriptor& file, off_t byte);

@@ -17,8 +17,9 @@
 
 struct SemaphoreObject {
     OwnedFile file;
-    std::atomic<bool> raised = false; // by this process, or it was to be
-    int holders = 1;                  // how often this process has it open
+    // This process released it, or tried to release another user's.
+    std::atomic<bool> raised = false;
+    int holders = 1; // how often this process has it open
     SemaphoreObject* next = nullptr;
 };
 

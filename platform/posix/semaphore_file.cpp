@@ -184,8 +184,8 @@ std::pair<Lookup, OwnedFile> lookUp(const std::string& path)
     // The analyzer loses an owner that is moved into a pair.
 } // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
 
-// changed: the name leads to another file by now. heldAlone: another process has the
-// exclusive lock, and is about to take the file over or to remove it.
+// changed: the name was removed or leads to another file. heldAlone: another process has
+// the exclusive lock, and is about to take the file over or to remove it.
 enum class Joining : std::uint8_t { joined, changed, heldAlone, abandoned, failed };
 
 Joining joinedAs(Name name)
@@ -220,12 +220,12 @@ Joining joinHolders(const SemaphoreFile& file)
     }
 }
 
-// Sets an abandoned semaphore to its beginning. A program that is not one of ours may
-// have it open: what it posts from now on counts.
+// Sets the count and the maximum of an abandoned semaphore anew. A program that is not
+// one of ours may have it open: what it posts from now on counts.
 void reset(SharedSemaphore& shared, int count, int maximum)
 {
-    // No more often than the count was high: a program that posts again and again must
-    // not keep this loop running.
+    // At most as many times as the count was at the beginning: a program that posts again
+    // and again must not keep this loop running.
     int left = 0;
     sem_getvalue(&shared.semaphore, &left);
     while (left-- > 0 &&
@@ -303,8 +303,9 @@ void removeIfAbandoned(const std::string& entry, const std::string& wanted)
     const char* name = file->shared->fileName;
     file->path = directory + std::string(name, strnlen(name, longestFileName));
     file->indexEntry = entry;
-    // Looked at before the lock is taken, so that the lock is taken only for a removal: a
-    // last holder that finds it taken leaves the name, which must then be removed here.
+    // These conditions are checked before the lock is taken, so that it is taken only for
+    // a removal. A last holder that meets this lock leaves its name, so whoever takes the
+    // lock must remove the name.
     if (now() - file->shared->lastWait < secondsKept ||
         (file->path == wanted && isNamed(*file)))
         return;
@@ -355,8 +356,9 @@ Descriptor makeNameless(const std::string& path, int count, int maximum)
     return file;
 }
 
-// Makes the semaphore and names it last, so that nobody sees half of one. No file, with
-// `missing`, when another process has taken the name meanwhile.
+// Makes the semaphore and names it last, so that nobody sees half of one. When another
+// process has created this name meanwhile: no file, and `missing`, so that the caller
+// looks again.
 std::pair<Lookup, OwnedFile> makeFile(const std::string& path, int count, int maximum)
 {
     Descriptor descriptor = makeNameless(path, count, maximum);
@@ -416,8 +418,8 @@ Found tryToOpen(const std::string& path)
 }
 
 // Tries until a try is done, or until one process has kept the file locked for too long.
-// A name that leads to another file by now shows that nobody is stopped: the time starts
-// again.
+// A name that was made or removed meanwhile, or leads to another file, shows that nobody
+// is stopped: the time starts again.
 template <typename Try>
 OwnedFile tryPatiently(Try tryOnce)
 {

@@ -1,6 +1,8 @@
 // A named semaphore as the file that sem_open("/" + name) opens, so that any program
-// reaches it. POSIX names stay until somebody removes them; this file keeps the name
-// of a semaphore made here as long as a process holds it, however that process ends.
+// reaches it. POSIX names stay until somebody removes them. A semaphore made here keeps
+// its name as long as a process holds it, and the last holder removes the name when it
+// gives the semaphore up. If that holder was killed, the name stays until a later create
+// takes the semaphore over or clears it away.
 //
 // A semaphore is our own when its file belongs to the effective user, gives rights to
 // that user alone, and carries our mark. Any other one is foreign: it is used as it is,
@@ -87,7 +89,7 @@ using OwnedFile = std::unique_ptr<SemaphoreFile>;
 // is empty, has a slash in it, or is too long. Throws std::bad_alloc.
 std::string semaphorePath(const wchar_t* name);
 
-// The functions below are called by one thread at a time.
+// Except noteWait, the functions below are called by one thread at a time.
 
 // Clears away the user's semaphores of other names that were abandoned a minute ago. Then
 // opens the one at `path` as it is; or takes an abandoned one over and sets it to `count`

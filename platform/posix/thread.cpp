@@ -26,9 +26,9 @@ struct ThreadObject {
 namespace
 {
 
-// Only the thread itself detaches it: glibc's pthread_detach reads the thread's record
-// after it has detached the thread. Another thread may have ended by then, and its record
-// is freed.
+// A thread is detached only by itself. glibc's pthread_detach still reads the thread's
+// record after detaching. If another thread made the call, the detached thread could have
+// ended and its record been freed.
 void* runThread(void* argument)
 {
     auto* object = static_cast<ThreadObject*>(argument);
