@@ -262,7 +262,7 @@ TEST_F(Driver, ClosesEveryHandle)
 
 TEST_F(Driver, TellsOfAWorkerThatCouldNotBeStartedAndClosesTheHandlesThatItHas)
 {
-    fakeThreads.firstRefused = 2;
+    fakeThreads.refusedThread = 2;
     EXPECT_EQ(-2, run(L"norv -base FF -threads 3"));
     EXPECT_EQ(static_cast<int>(fakeThreads.created.size()) - 1, fakeThreads.closed);
 }
@@ -296,13 +296,13 @@ TEST_F(Driver, EndsTheProcessWhenItWaitsForNoThreadAtAll)
 
 TEST_F(Driver, TellsOfAStopWatcherThatCouldNotBeStarted)
 {
-    fakeThreads.firstRefused = 0;
+    fakeThreads.refusedThread = 0;
     EXPECT_EQ(-2, run(L"norv -base FF -threads 1"));
 }
 
 TEST_F(Driver, ReportsAResultThoughAThreadCouldNotBeStarted)
 {
-    fakeThreads.firstRefused = 2;
+    fakeThreads.refusedThread = 2;
     found = "0A1B";
     EXPECT_EQ(6, run(L"norv -base FFFF -threads 3"));
 }

@@ -12,7 +12,7 @@ ThreadHandle createThread(ThreadProc procedure, void* argument)
 {
     const auto number = static_cast<int>(fakeThreads.created.size());
     fakeThreads.created.push_back({procedure, argument});
-    return number == fakeThreads.firstRefused ? nullptr : new ThreadObject;
+    return number == fakeThreads.refusedThread ? nullptr : new ThreadObject;
 }
 
 bool waitForThreads(const ThreadHandle* threads, int count)

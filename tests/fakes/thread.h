@@ -15,7 +15,7 @@ struct FakeThread {
 // What was asked for since the test cleared it.
 struct FakeThreads {
     std::vector<FakeThread> created;
-    int firstRefused = -1; // the thread, in order of creation, that cannot start
+    int refusedThread = -1; // the thread, in order of creation, that cannot start
     // Called at each wait: the test's place to look, and to play a thread.
     std::function<void(int handles)> wait;
     std::function<void()> pause; // called at each pause, which takes no time

@@ -1,8 +1,8 @@
 // One fault a run: which call of the program fails, and what came of it.
 //
-// The calls are seen at link time (crypto_calls.cpp, system_calls.cpp) and where
-// memory is given out (memory.cpp). Nothing fails, and nothing is counted, unless
-// a fault is armed.
+// The calls are seen at link time (crypto_calls.cpp, system_calls.cpp) and where memory
+// is given out (memory.cpp). No call fails or is counted unless a fault is armed. Wrong
+// releases are always counted, and secrets in freed blocks whenever they are watched for.
 #pragma once
 
 #include <atomic>

@@ -91,7 +91,8 @@ int main()
 {
     const rlimit noDump{0, 0};
     setrlimit(RLIMIT_CORE, &noDump);
-    // What the program must never do is none of its abnormal ends.
+    // A crash (SIGSEGV and the like) must not be taken for an allowed abnormal end, so it
+    // gets its own exit code.
     for (const int fault : {SIGBUS, SIGFPE, SIGILL, SIGSEGV})
         static_cast<void>(std::signal(fault, [](int) { _exit(brokenExitCode); }));
     static_cast<void>(std::signal(SIGALRM, [](int) { _exit(hungExitCode); }));

@@ -186,7 +186,7 @@ void noteAllocation(void* block, std::size_t size, bool crypto)
     ++(crypto ? watched.live.crypto : watched.live.own);
 }
 
-// False when the block is none that may be given back now.
+// False when the block may not be given back now.
 bool noteRelease(void* block, bool crypto)
 {
     Watch& watched = watch();

@@ -282,16 +282,16 @@ Outcomes allowedAfter(const std::string& function, int error)
     // missing.
     if (function == "linkat")
         return error == EEXIST ? Outcomes{result} : Outcomes{none, result};
-    // No semaphore, no search: nobody could stop it. Nor one without its base.
+    // No semaphore, no search: nobody could stop it.
     if (function == "fchmod" || function == "pwrite" || function == "sem_init")
         return {none};
     // The worker may be faster than the watcher that could not wait.
     if (function == "sem_clockwait")
         return {none, result};
-    // The command line is read so, as well as the semaphore is opened.
+    // open() also reads the command line, in thread 0; elsewhere it opens the semaphore.
     if (function == "open")
         return faultReport->thread == 0 ? Outcomes{notStarted} : Outcomes{none, result};
-    // It is read twice, first for its length.
+    // The command line is read twice, first for its length.
     if (function == "read")
         return {notStarted, result};
     if (function == "fcntl" || function == "fstat" || function == "lstat" ||
@@ -351,7 +351,8 @@ std::string folderOfLinks()
     return "/dev/shm/norv-" + std::to_string(geteuid());
 }
 
-// Puts it there anew as the one of that path's name, with its second link.
+// Writes the image of an abandoned semaphore to `path`, with that file's name and an old
+// last wait in it, and makes its second link.
 void plant(const Workplace& place, const std::string& path, std::string image)
 {
     const std::string name = fs::path(path).filename();
@@ -491,7 +492,7 @@ void failOnATerminal(const Workplace& place)
     }
 }
 
-// A run that ends while its threads wait.
+// A run that ends while its threads still run.
 void failWithTooManyThreads(const Workplace& place)
 {
     Run run{"64 threads",
@@ -557,7 +558,8 @@ Outcomes allowedAfterMemoryFault()
     const bool own = !std::string(faultReport->function).starts_with("CRYPTO");
     if (faultReport->thread == 0 && faultReport->throwing)
         return {abnormal};
-    // For a thread, for a trace; of the library, for the base and for the callback.
+    // Own memory fails for a thread or for a trace; the library's memory for the base or
+    // for the callback.
     if (faultReport->thread == 0)
         return own ? Outcomes{notStarted, result} : Outcomes{none, abnormal, result};
     // Without its semaphore there is no search.

@@ -29,5 +29,6 @@ bool numberTells(const Residues& residues, const Residues& other);
 
 // Whether the block is a bitmap, from the number on in steps of 2 or 4, in which 1024
 // bits in a row have all multiples of the smallest primes set, or all those of the first
-// primes that do not sieve candidates of up to 512 bits, and other bits not.
+// primes that do not sieve candidates of up to 512 bits, and at least eight of the 1024
+// bits are clear.
 bool bitmapTells(const Residues& residues, std::span<const std::uint8_t> block);

@@ -229,7 +229,8 @@ void checkFound(const Scenario& scenario, const Fault& fault, const Target& targ
     tally.expect(effect != Effect::endsUntouched ||
                      result == (scenario.fromBase ? target.start : "1"),
                  "candidate written: " + result);
-    // A test that fails rejects. Without a sieve a search that goes on failed in one.
+    // A failed test rejects its candidate. Without a sieve, a search can go on only when
+    // the fault struck inside a test.
     const bool inTest = effect == Effect::rejects ||
                         (fault.kind == FaultKind::libraryMemory && !hasSieve(scenario));
     tally.expect(!inTest || !scenario.fromBase || found == 0 ||

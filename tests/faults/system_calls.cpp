@@ -60,8 +60,8 @@ DECLARE(pthread_create, int,
 DECLARE(pwrite, ssize_t, (int file, const void* block, std::size_t size, off_t offset))
 DECLARE(readdir, dirent*, (DIR * folder))
 
-// No lock is waited for, so that no signal interrupts one; only taking one can find it
-// taken. Giving a lock up whole cannot fail: it needs nothing of the system.
+// The program never blocks on a lock, so no signal interrupts the call; only F_OFD_SETLK
+// can return EAGAIN. Giving a lock up whole cannot fail: it needs nothing of the system.
 bool lockMayFail(int command, const struct flock& lock)
 {
     if (lock.l_type == F_UNLCK || faultError() == EBADF)
@@ -82,7 +82,7 @@ int wrapped_fcntl(int file, int command, ...)
                : real_fcntl(file, command, lock);
 }
 
-// Takes a part only when it fails.
+// When it fails, writes only half.
 std::size_t wrapped_fwrite(const void* block, std::size_t size, std::size_t count,
                            std::FILE* stream)
 {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-// The value; in the process of a death test's statement, the one that the test
-// gave for the same key in the process that started it. There the test may have
-// run again from its beginning, and chosen another value.
+// Returns `value` in the test's own process. In the child process that runs the
+// statement, returns what the parent passed for this key: the child may repeat the test
+// and choose another value.
 std::string sharedWithStatement(const std::string& key, const std::string& value);

@@ -11,8 +11,8 @@ std::wstring uniqueSemaphoreName(const std::wstring& suffix = {});
 // Makes a semaphore that stays until removeForeign. False when the name exists.
 bool createForeign(const std::wstring& name, int count);
 
-// Takes the name away, whoever made it. Holders keep what they have, where the
-// system lets a name go before its holders.
+// POSIX: removes the name, whoever made it; holders keep the semaphore. Windows: closes
+// the handle of createForeign; the name goes with its last handle.
 void removeForeign(const std::wstring& name);
 
 bool existsForeign(const std::wstring& name);

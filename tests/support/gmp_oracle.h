@@ -42,8 +42,8 @@ int sievedPrimes(int bits);
 // the other.
 std::string nextCandidate(const std::string& base, const Search& search);
 
-// The first prime above the start that belongs to the base. Inside the size that
-// is decided by primality alone; past its top the candidates lead on.
+// The first prime from the base's start on, the start included. If no prime follows
+// within the size: the first prime among the candidates, which wrap around.
 std::string firstPrime(const std::string& base, const Search& search);
 
 // Whether one iteration of Miller-Rabin with this witness lets `number` pass.

@@ -1,12 +1,12 @@
-// The ends that write no line counts, for builds that count lines: _exit and abort.
-// Linked with --wrap=_exit and --wrap=abort.
+// For builds that count lines: _exit and abort write no line counts by themselves; here
+// they do. Linked with --wrap=_exit and --wrap=abort.
 
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" void __gcov_dump();
 extern "C" [[noreturn]] void __real__exit(int);
 extern "C" [[noreturn]] void __real_abort();
 
-// Where calls are made to fail: the writing of the counts is none of them.
+// In fault programs, the calls that write the counts must not fail.
 [[gnu::weak]] void disarmFault();
 
 static void writeCounts()

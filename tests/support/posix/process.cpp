@@ -177,7 +177,8 @@ struct Process::Native {
     bool inputStaysOpen = false;
     Ending ending;
 
-    // Writes what the pipe takes of the input; closes it behind the last byte.
+    // Writes as much of the input as the pipe takes, and closes the pipe after the last
+    // byte or an error, unless it is to stay open.
     void writeInput()
     {
         while (input && !inputLeft.empty()) {
