@@ -1,4 +1,5 @@
-// An exponentiation alone: the least that one Miller-Rabin iteration can cost.
+// An exponentiation by BN_mod_exp_mont: the cost of a Miller-Rabin iteration that runs
+// alone by it, without the iteration's other steps.
 #pragma once
 
 #include "prime/big_number.h"

@@ -1,5 +1,5 @@
-// Counts and times the exponentiations that the engine asks libcrypto for: the
-// linker leads its calls of BN_mod_exp_mont through here.
+// Counts and times the engine's exponentiations and strong tests: the linker leads the
+// calls of strongTest and of libcrypto's three exponentiations through here.
 #pragma once
 
 struct Exponentiations {

@@ -1,6 +1,7 @@
 // Measures what the sieve's plan rests on: how many larger primes can be sieved in the
 // time of one rejection of a size, by an iteration with a witness and by the fastest way.
-// Prints the table of costs and the plan that follows from it.
+// Prints both costs, the numbers of primes that follow from the first one, and for
+// comparison the reach and the primes of the present plan.
 #include "bench/bare_exponentiation.h"
 #include "bench/bases.h"
 #include "bench/cpu_time.h"
