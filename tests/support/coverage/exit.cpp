@@ -1,7 +1,7 @@
 // For builds that count lines: _exit and abort write no line counts by themselves; here
 // they do. Linked with --wrap=_exit and --wrap=abort.
 
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier)
 extern "C" void __gcov_dump();
 extern "C" [[noreturn]] void __real__exit(int);
 extern "C" [[noreturn]] void __real_abort();
@@ -27,4 +27,4 @@ extern "C" [[noreturn]] void __wrap_abort()
     writeCounts();
     __real_abort();
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
