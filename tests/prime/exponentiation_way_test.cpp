@@ -35,6 +35,7 @@ TEST(ExponentiationWays, AreTriedInTurnThenTheFastestIsTaken)
     EXPECT_EQ(Way::slidingWindow, singleWay(bits, true));
     EXPECT_EQ(Way::slidingWindow, witnessWay(bits));
     EXPECT_EQ(Way::constantTime, singleWay(512, false));
+    EXPECT_EQ(Way::constantTime, singleWay(512, true));
     EXPECT_EQ(Way::constantTime, witnessWay(512));
     EXPECT_EQ(Way::constantTime, rejectionWay(512));
 

@@ -310,6 +310,46 @@ TEST_F(PosixNamedSemaphore, IsForeignWhenOthersMayUseIt)
     EXPECT_FALSE(exists(path));
 }
 
+// Two processes that give it up in the same instant may each see that the other still has
+// it. It takes chance to meet this instant, so they try it often.
+TEST_F(PosixNamedSemaphore, IsRemovedByTheLastOfTwoThatGiveItUpAtOnce)
+{
+    for (int i = 0; i < 300; ++i) {
+        const Gate created;
+        const Gate closing;
+        const auto hold = [&] {
+            SemaphoreHandle semaphore = create(0, 1);
+            created.open();
+            closing.pass();
+            close(semaphore);
+            return 0;
+        };
+        Child one(hold);
+        Child other(hold);
+        created.pass();
+        created.pass();
+        closing.open();
+        closing.open();
+        EXPECT_EQ(0, one.wait());
+        EXPECT_EQ(0, other.wait());
+        ASSERT_FALSE(exists(path));
+    }
+}
+
+TEST_F(PosixNamedSemaphore, IsForeignWithoutTheMarkOfOurOwn)
+{
+    // A semaphore that another kind of program of this user keeps in a file as long.
+    createAndDie(3);
+    const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_NE(-1, file);
+    EXPECT_EQ(1, pwrite(file, "?", 1, sizeof(sem_t)));
+    EXPECT_EQ(0, ::close(file));
+    SemaphoreHandle semaphore = create(0, 1);
+    EXPECT_EQ(3, countForeign(name));
+    close(semaphore);
+    EXPECT_TRUE(exists(path));
+}
+
 TEST_F(PosixNamedSemaphore, IsNotMadeThroughALink)
 {
     const std::wstring otherName = uniqueSemaphoreName(L"target");
@@ -639,6 +679,18 @@ TEST_F(PosixNamedSemaphore, IsOpenedAsItIsWhileOneThatWouldRemoveItIsStopped)
     SemaphoreHandle semaphore = open();
     EXPECT_TRUE(releaseSemaphore(semaphore));
     EXPECT_EQ(1, countForeign(name));
+    close(semaphore);
+    EXPECT_TRUE(exists(path));
+}
+
+TEST_F(PosixNamedSemaphore, IsNotRemovedByOneThatUsedItAsItIsWhileAnotherWasStopped)
+{
+    createAndDie(0);
+    SemaphoreHandle semaphore = nullptr;
+    {
+        const StoppedHolder holder(path, livenessByte);
+        semaphore = create(0, 1);
+    }
     close(semaphore);
     EXPECT_TRUE(exists(path));
 }
