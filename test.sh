@@ -99,7 +99,7 @@ task_faults() {
     tools/install build test
     build release
     local failed=0
-    # Both use one processor.
+    # Each uses one processor, so both run at once.
     build/release/tests/faults/norv_program_faults >build/release/program_faults.txt 2>&1 &
     local other=$!
     build/release/tests/faults/norv_search_faults || failed=1
