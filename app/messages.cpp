@@ -5,9 +5,10 @@
 namespace
 {
 
+// docs/fixed-behaviour.md: usage-text
+// The version is part of the text. It stays when a release has another one.
 constexpr char version[] = "1.0";
 
-// docs/fixed-behaviour.md: usage-text
 constexpr char usage[] =
     "Prime generation utility %d, v.%s Copyright 2026 the norv authors\n"
     "Usage:\n"

@@ -9,6 +9,9 @@
 //  - an exception that nothing catches ends the process abnormally without a message.
 void prepareProcess();
 
+// With what the name of a program's file ends, in ASCII: ".exe", or nothing.
+extern const char* const programEnding;
+
 // Makes standard output, where it is a terminal, show each character at once; a pipe
 // or a file still gets blocks. To be called before the first output. Where the system
 // refuses, the output comes later and is the same.

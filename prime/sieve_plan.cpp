@@ -49,13 +49,6 @@ constexpr double slicesInExponentiation = 3;
 // the error: after so many it is less than one prime.
 constexpr int rounds = 40;
 
-// Steps from a number near 2^bits to the next prime of the kind, on average.
-double meanSteps(int bits, bool safe)
-{
-    const double logarithm = bits * std::numbers::ln2;
-    return safe ? logarithm * logarithm / (4 * twinConstant) : logarithm / 2;
-}
-
 // A reach that most searches end within, as far as the memory allows. One search in 3000
 // goes beyond 8 means, one in 7 beyond 2.
 std::uint32_t reachFor(int bits, bool safe)
@@ -64,15 +57,19 @@ std::uint32_t reachFor(int bits, bool safe)
     return std::bit_ceil(static_cast<std::uint32_t>(std::min(steps, farthestReach)));
 }
 
-// The share of a search's numbers that no odd prime up to `bound` divides, by Mertens'
-// theorems. With safe: that no such prime divides p or (p-1)/2.
+} // namespace
+
+double meanSteps(int bits, bool safe)
+{
+    const double logarithm = bits * std::numbers::ln2;
+    return safe ? logarithm * logarithm / (4 * twinConstant) : logarithm / 2;
+}
+
 double shareLeft(double bound, bool safe)
 {
     const double single = 2 * std::exp(-std::numbers::egamma) / std::log(bound);
     return safe ? twinConstant * single * single : single;
 }
-
-} // namespace
 
 std::size_t worthwhilePrimes(int bits, bool safe, bool halves, double cost)
 {

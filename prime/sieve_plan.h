@@ -16,6 +16,15 @@ struct SievePlan {
     std::size_t sliceLength = 0;     // larger primes sieved after each candidate
 };
 
+// Steps of a search (2 for a prime, 4 for a safe prime) from a number near 2^bits to the
+// next prime of the kind, on average. By the prime number theorem; for safe primes by
+// Hardy and Littlewood's conjecture.
+double meanSteps(int bits, bool safe);
+
+// The share of a search's numbers that no odd prime up to `bound`, 3 or more, divides, by
+// Mertens' theorems. With safe: that no such prime divides p or (p-1)/2.
+double shareLeft(double bound, bool safe);
+
 // How many primes are worth sieving with, when `cost` larger primes can be sieved in the
 // time of one rejection. An estimate. It counts from 3, small primes included, and
 // is limited by what the blocks hold: primes below 2^28.

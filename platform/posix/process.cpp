@@ -10,6 +10,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+const char* const programEnding = "";
+
 void prepareProcess()
 {
     // A closed stream is opened for the opposite direction, so that every use fails.

@@ -1,5 +1,7 @@
 #include "platform/text.h"
 
+#include "platform/posix/utf8.h"
+
 #include <limits>
 
 namespace
@@ -53,4 +55,9 @@ int compareIgnoringCase(const wchar_t* a, const wchar_t* b, std::size_t count)
             return 0;
     }
     return 0;
+}
+
+std::wstring wideText(std::string_view bytes)
+{
+    return decodeUtf8(bytes);
 }

@@ -5,6 +5,8 @@
 #include <exception>
 #include <windows.h>
 
+const char* const programEnding = ".exe";
+
 void prepareProcess()
 {
     // Reads and writes of broken pipes and closed streams fail here without any

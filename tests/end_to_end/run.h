@@ -2,13 +2,12 @@
 #pragma once
 
 #include "tests/end_to_end/texts.h"
+#include "tests/support/comes_true.h"
 #include "tests/support/foreign_semaphore.h"
 #include "tests/support/process.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 #include <string>
-#include <thread>
 #include <utility>
 
 // Runs with a stop semaphore of the test's own.
@@ -49,19 +48,6 @@ protected:
     bool semaphoreAppears() const
     {
         return comesTrue([this] { return existsForeign(semaphoreName); });
-    }
-
-    // Polls for an event, for longer than any machine needs.
-    template <typename Condition>
-    static bool comesTrue(Condition condition)
-    {
-        const auto end = std::chrono::steady_clock::now() + Process::timeLimit;
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > end)
-                return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return true;
     }
 
     std::wstring semaphoreName;

@@ -106,4 +106,21 @@ TEST(CompareIgnoringCaseUpTo, EndsWithTheStrings)
     EXPECT_GT(0, compareIgnoringCase(L"ab", L"abc", 99));
 }
 
+TEST(WideText, IsThatOfTheUtf8)
+{
+    EXPECT_EQ(L"", wideText(""));
+    EXPECT_EQ(L"stop", wideText("stop"));
+    EXPECT_EQ(L"\u00e4\u20ac", wideText("\xc3\xa4\xe2\x82\xac"));
+}
+
+TEST(WideText, HasACharacterThatIsNoTextForAByteThatIsNotUtf8)
+{
+    const std::wstring text = wideText("a\xff"
+                                       "b");
+    ASSERT_EQ(3U, text.size());
+    EXPECT_EQ(L'a', text[0]);
+    EXPECT_TRUE(text[1] == 0xFFFD || text[1] == 0xDCFF) << std::hex << +text[1];
+    EXPECT_EQ(L'b', text[2]);
+}
+
 } // namespace

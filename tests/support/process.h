@@ -53,6 +53,9 @@ public:
     // Whether it has not ended yet.
     bool isRunning();
 
+    // The system's number of it.
+    int id() const;
+
     // Ends it at once, wherever it is. wait() tells nothing useful about how.
     void kill();
 

@@ -279,6 +279,11 @@ bool Process::isRunning()
     return native_->child != -1 && poll(&polled, 1, 0) == 0;
 }
 
+int Process::id() const
+{
+    return native_->child;
+}
+
 void Process::kill()
 {
     if (native_->child != -1)

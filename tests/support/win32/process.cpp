@@ -221,6 +221,11 @@ bool Process::isRunning()
     return WaitForSingleObject(native_->process.get(), 0) == WAIT_TIMEOUT;
 }
 
+int Process::id() const
+{
+    return static_cast<int>(GetProcessId(native_->process.get()));
+}
+
 void Process::kill()
 {
     constexpr UINT killed = 9;

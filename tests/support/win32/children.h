@@ -1,0 +1,54 @@
+// The processes that another process has started.
+#pragma once
+
+#include <memory>
+#include <type_traits>
+#include <utility>
+#include <vector>
+#include <windows.h>
+// After windows.h, whose types it uses.
+#include <tlhelp32.h>
+
+struct CloseHandleOf {
+    void operator()(HANDLE handle) const
+    {
+        if (handle != INVALID_HANDLE_VALUE)
+            CloseHandle(handle);
+    }
+};
+using OwnedHandle = std::unique_ptr<std::remove_pointer_t<HANDLE>, CloseHandleOf>;
+
+// The children, by handles that can be waited for.
+inline std::vector<OwnedHandle> childrenOf(int process)
+{
+    std::vector<OwnedHandle> children;
+    const OwnedHandle all(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Process32FirstW(all.get(), &entry); more;
+         more = Process32NextW(all.get(), &entry))
+        if (entry.th32ParentProcessID == static_cast<DWORD>(process))
+            if (OwnedHandle child{OpenProcess(SYNCHRONIZE | PROCESS_QUERY_INFORMATION |
+                                                  PROCESS_TERMINATE,
+                                              FALSE, entry.th32ProcessID)})
+                children.push_back(std::move(child));
+    return children;
+}
+
+inline bool hasEnded(const OwnedHandle& process)
+{
+    return WaitForSingleObject(process.get(), 0) == WAIT_OBJECT_0;
+}
+
+// Whether a process has run for a while. It is in its job then, where it gets only after
+// it was created.
+inline bool hasRun(const OwnedHandle& process)
+{
+    constexpr DWORD aWhile = 1'000'000; // in units of 100 nanoseconds
+    FILETIME created{};
+    FILETIME ended{};
+    FILETIME kernel{};
+    FILETIME user{};
+    return GetProcessTimes(process.get(), &created, &ended, &kernel, &user) &&
+           (user.dwLowDateTime >= aWhile || user.dwHighDateTime > 0);
+}
