@@ -10,6 +10,10 @@
 #   ./test.sh soak [SECONDS]   real runs killed, stopped and disturbed, for 300 seconds
 #   ./test.sh fuzz [SECONDS]   each fuzz target for 60 seconds
 #   ./test.sh coverage  the lines that the tests and the fault programs run, by file
+#   ./test.sh package   the Debian package for Debian 12 and 13: built, checked by
+#                       lintian, installed in a clean system, tried and removed
+#   ./test.sh archive   the archive for Windows: built, unpacked, and tried under Wine
+#   ./test.sh reproducible     all packages built twice, with the same bytes
 #   ./test.sh TASK…     the tasks named
 set -euo pipefail
 unset CDPATH
@@ -51,7 +55,12 @@ run_tests() { # PRESET
     ctest --preset "$1" -j "$jobs"
 }
 
-task_native() { run_tests release; }
+# With the languages of docs/callers.md, whose lines only this build tests.
+task_native() {
+    tools/install callers
+    run_tests release
+}
+
 task_asan() { run_tests asan; }
 task_tsan() { run_tests tsan; }
 
@@ -105,6 +114,7 @@ task_faults() {
     build/release/tests/faults/norv_search_faults || failed=1
     wait "$other" || failed=1
     cat build/release/program_faults.txt
+    build/release/tests/faults/norv_ctl_faults 97 || failed=1
     return $failed
 }
 
@@ -152,21 +162,26 @@ task_coverage() {
         build/coverage/tests/faults/norv_search_faults 997 "$part"
     done
     build/coverage/tests/faults/norv_program_faults --any-build
+    build/coverage/tests/faults/norv_ctl_faults 997 --any-build
     tools/coverage 99.5
 }
 
-# Builds the program and all tests for Windows and runs them under Wine. Then compares
+# Builds the programs and all tests for Windows and runs them under Wine. Then compares
 # the programs of both systems, and their lists of tests.
 task_windows() {
     tools/install build test windows
-    local openssl gmp
+    local openssl gmp libuv
     openssl=$(tools/openssl-windows)
     gmp=$(tools/gmp-windows)
+    libuv=$(tools/libuv-windows)
     # CMake keeps what it found, also when it is told to look elsewhere.
-    build windows -U 'OPENSSL_*' -U 'LIB_EAY*' -U 'SSL_EAY*' \
-        -DOPENSSL_ROOT_DIR="$openssl" -DGMP_ROOT_DIR="$gmp"
+    build windows -U 'OPENSSL_*' -U 'LIB_EAY*' -U 'SSL_EAY*' -U 'LIBUV_*' \
+        -DOPENSSL_ROOT_DIR="$openssl" -DGMP_ROOT_DIR="$gmp" -DLIBUV_ROOT_DIR="$libuv"
     tools/windows-dlls build/windows/norv.exe
+    tools/windows-dlls build/windows/norvctl.exe
     tools/with-wine ctest --preset windows -j "$jobs"
+    tools/with-wine tools/start-in-wine build/windows/norvctl.exe dhparam 512 --quiet |
+        openssl dhparam -check -noout
 
     build release
     tools/with-wine tools/same-outputs \
@@ -174,8 +189,10 @@ task_windows() {
     tools/windows-names
 }
 
-# The native tests in a Debian 13 of their own, see tools/in-debian.
-task_debian13() { tools/in-debian trixie ./test.sh native; }
+# The native tests in a Debian 13 of their own, see tools/in-debian, but for the languages
+# of docs/callers.md.
+task_debian13() { tools/in-debian trixie ./test.sh tests; }
+task_tests() { run_tests release; }
 
 # The program and the native tests, built for arm64 and run under qemu.
 task_arm64() { tools/in-debian trixie+arm64 ./test.sh cross_arm64; }
@@ -186,6 +203,48 @@ task_cross_arm64() {
     build arm64
     ctest --preset arm64 -j "$jobs"
 }
+
+# The Debian package, built on the Debian that it is for, and tried in one that has only
+# what every Debian has.
+task_package() {
+    local suite
+    tools/install debootstrap
+    SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+    export SOURCE_DATE_EPOCH
+    mkdir -p build/packages
+    for suite in bookworm trixie; do
+        # shellcheck source=/dev/null
+        if [ "$(. /etc/os-release && echo "${VERSION_CODENAME:-}")" = "$suite" ]; then
+            task_deb
+        else
+            # The root's own copy of the checkout is dropped, so the package comes through
+            # standard output.
+            tools/in-debian "$suite" env SOURCE_DATE_EPOCH="$SOURCE_DATE_EPOCH" bash -c \
+                './test.sh deb >&2 && tar -C build/packages -c .' |
+                tar -C build/packages -x
+        fi
+        tools/in-debian "$suite-clean" bash -c "$(cat tests/package_test.sh)"
+    done
+}
+
+# The Debian package for this Debian, and lintian's verdict. Every finding counts.
+task_deb() {
+    tools/install build package lintian
+    local package
+    package=$(tools/package deb)
+    dpkg-deb --info "$package"
+    dpkg-deb --contents "$package"
+    lintian --allow-root --display-info --tag-display-limit 0 \
+        --fail-on error,warning,info "$package"
+    echo "lintian: clean, ${package##*/}"
+}
+
+task_archive() {
+    tools/install build windows
+    tools/with-wine tests/archive_test.sh "$(tools/package windows)"
+}
+
+task_reproducible() { tools/reproducible deb source windows; }
 
 # Prints figures, and fails only when something does not run. tools/bench has options.
 task_bench() {

@@ -81,7 +81,7 @@ mkdir "$folder/few"
 ln -s "$(command -v bash)" "$(command -v id)" "$folder/few/"
 as_nobody env PATH="$folder/few" bash "$folder/bare/tools/install" build
 expect 'errors of an install that cannot be' \
-    'tools/install: as root, run: apt-get install g++ cmake ninja-build libssl-dev' \
+    'tools/install: as root, run: apt-get install g++ cmake ninja-build libssl-dev libuv1-dev libcli11-dev nlohmann-json3-dev' \
     "$(cat "$folder/errors")"
 expect 'exit status of an install that cannot be' 1 "$(cat "$folder/status")"
 

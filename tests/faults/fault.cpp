@@ -1,6 +1,7 @@
 #include "tests/faults/fault.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -52,6 +53,18 @@ void armFault(const Fault& fault)
 void disarmFault()
 {
     faultReport->armed = false;
+}
+
+void describeFault(const Fault& fault)
+{
+    const std::string description = std::to_string(static_cast<int>(fault.kind)) + " " +
+                                    std::to_string(fault.number) + " " +
+                                    std::to_string(fault.error) + " 0 " +
+                                    (fault.function.empty() ? "-" : fault.function);
+    setenv("NORV_FAULT", description.c_str(), 1);
+    faultReport->struck = false;
+    faultReport->foreignFrees = 0;
+    faultReport->secretFrees = 0;
 }
 
 HarnessScope::HarnessScope()

@@ -46,6 +46,10 @@ bool shareFaultReport(const char* path);
 void armFault(const Fault& fault);
 void disarmFault();
 
+// Describes the fault to the processes that this one starts (faulty_process.h), and
+// clears what the report says of the last one.
+void describeFault(const Fault& fault);
+
 // Keeps what the harness itself does inside an armed stretch from being counted:
 // the calling thread, as long as this lives.
 class HarnessScope

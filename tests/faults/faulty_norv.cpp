@@ -1,44 +1,23 @@
-// The program, with a fault that its environment describes:
-//   NORV_FAULT         KIND NUMBER ERROR LATE FUNCTION ("-": any)
-//   NORV_FAULT_REPORT  the file that the report is written to
+// The program with a fault. The environment also describes what is watched:
 //   NORV_FAULT_SECRET  hex digits: as text and as a number they must not be in any
 //                      block of memory that is given back, nor may such a block tell
 //                      the residues of a number that a search from them starts at
-// and with an end of its own when it takes too long.
-#include "tests/faults/faulty_norv.h"
 #include "app/driver.h"
 #include "platform/process.h"
 #include "prime/big_number.h"
 #include "prime/candidate_sieve.h"
-#include "tests/faults/fault.h"
+#include "tests/faults/faulty_process.h"
 #include "tests/faults/memory.h"
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstdint>
 #include <cstdlib>
-#include <sstream>
 #include <string>
-#include <sys/resource.h>
-#include <unistd.h>
 #include <vector>
 
 namespace
 {
-
-Fault describedFault()
-{
-    const char* description = std::getenv("NORV_FAULT");
-    std::istringstream words(description ? description : "0 0 0 0 -");
-    int kind = 0;
-    Fault fault;
-    words >> kind >> fault.number >> fault.error >> fault.late >> fault.function;
-    fault.kind = static_cast<FaultKind>(kind);
-    if (fault.function == "-")
-        fault.function.clear();
-    return fault;
-}
 
 // What the workers' searches for primes start at, window by window.
 void addStarts(const std::vector<std::uint8_t>& base)
@@ -89,16 +68,7 @@ void watchFor(const char* digits)
 
 int main()
 {
-    const rlimit noDump{0, 0};
-    setrlimit(RLIMIT_CORE, &noDump);
-    // A crash (SIGSEGV and the like) must not be taken for an allowed abnormal end, so it
-    // gets its own exit code.
-    for (const int fault : {SIGBUS, SIGFPE, SIGILL, SIGSEGV})
-        static_cast<void>(std::signal(fault, [](int) { _exit(brokenExitCode); }));
-    static_cast<void>(std::signal(SIGALRM, [](int) { _exit(hungExitCode); }));
-    alarm(hungSeconds);
-    if (!shareFaultReport(std::getenv("NORV_FAULT_REPORT")) || !seesLibraryMemory())
-        return unsetExitCode;
+    guardFaultyProcess();
     watchFor(std::getenv("NORV_FAULT_SECRET"));
 
     armFault(describedFault());

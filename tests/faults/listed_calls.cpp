@@ -2,35 +2,34 @@
 
 #include "tests/support/process.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
-namespace
+std::set<std::string> importsOf(const std::string& program, const std::string& version)
 {
-
-// The names that the program leaves to the libraries of this symbol version.
-std::set<std::string> importsOf(const std::string& version)
-{
-    Process nm("/usr/bin/nm", {"-D", "--undefined-only", NORV_PROGRAM});
+    Process nm("/usr/bin/nm", {"-D", "--undefined-only", program});
     const Ending ending = nm.wait();
     if (ending.exitCode != 0)
         throw std::runtime_error("nm: " + ending.errors);
 
     std::set<std::string> names;
-    std::istringstream words(ending.output);
-    for (std::string word; words >> word;) {
-        const auto at = word.find('@');
-        if (at != std::string::npos && word.compare(at + 1, version.size(), version) == 0)
-            names.insert(word.substr(0, at));
+    std::istringstream lines(ending.output);
+    for (std::string kind, name; lines >> kind >> name;) {
+        const auto at = std::min(name.find('@'), name.size());
+        const std::string_view found = std::string_view(name).substr(at);
+        if (kind == "U" &&
+            (version.empty() ? found.empty() : found.starts_with("@" + version)))
+            names.insert(name.substr(0, at));
     }
     if (names.empty())
-        throw std::runtime_error("the program imports nothing of " + version);
+        throw std::runtime_error(program + " imports nothing of " + version);
     return names;
 }
 
-// Whether this is Debian 12, whose libraries and compiler the lists are made for.
 bool isListedSystem()
 {
     std::ifstream release("/etc/os-release");
@@ -42,8 +41,6 @@ bool isListedSystem()
     }
     return debian && listed;
 }
-
-} // namespace
 
 const std::vector<ListedFunction>& cryptoFunctions()
 {
@@ -75,7 +72,7 @@ const std::vector<ListedFunction>& systemFunctions()
 std::set<std::string> failableImports(const std::vector<ListedFunction>& listed,
                                       const std::string& version)
 {
-    const std::set<std::string> imported = importsOf(version);
+    const std::set<std::string> imported = importsOf(NORV_PROGRAM, version);
     std::set<std::string> failable;
     for (const ListedFunction& function : listed)
         if (function.canFail && imported.count(function.name) == 1)
@@ -91,7 +88,7 @@ void checkListed(const std::vector<ListedFunction>& listed, const std::string& l
     for (const ListedFunction& function : listed)
         names.insert(function.name);
     const bool required = isListedSystem();
-    const std::set<std::string> imported = importsOf(version);
+    const std::set<std::string> imported = importsOf(NORV_PROGRAM, version);
     for (const std::string& name : imported) {
         const std::string text = name + " is called and not listed";
         if (required)

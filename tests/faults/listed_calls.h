@@ -23,6 +23,14 @@ const std::vector<ListedFunction>& systemFunctions();
 std::set<std::string> failableImports(const std::vector<ListedFunction>& listed,
                                       const std::string& version);
 
+// The names that a program leaves to the libraries of symbol versions that start with
+// `version`; with an empty one, of libraries without versions. Throws std::runtime_error
+// when they cannot be read.
+std::set<std::string> importsOf(const std::string& program, const std::string& version);
+
+// Whether this is Debian 12, whose libraries and compiler the lists are made for.
+bool isListedSystem();
+
 // Complains to `tally` of each import that is not listed and prints the figures. On
 // another system than Debian 12 it only warns: other headers and compilers make other
 // calls of the same source.

@@ -4,7 +4,7 @@
 //
 //   norv_program_faults [--any-build]   without the check of what the program imports
 #include "tests/faults/fault.h"
-#include "tests/faults/faulty_norv.h"
+#include "tests/faults/faulty_process.h"
 #include "tests/faults/listed_calls.h"
 #include "tests/faults/tally.h"
 #include "tests/platform/posix/semaphore_locks.h"
@@ -177,14 +177,7 @@ Outcome outcomeOf(const Run& run, const Ending& ending)
 // Describes the fault to the next process.
 void armForRun(const Run& run, const Fault& fault)
 {
-    const std::string description = std::to_string(static_cast<int>(fault.kind)) + " " +
-                                    std::to_string(fault.number) + " " +
-                                    std::to_string(fault.error) + " 0 " +
-                                    (fault.function.empty() ? "-" : fault.function);
-    setenv("NORV_FAULT", description.c_str(), 1);
-    faultReport->struck = false;
-    faultReport->foreignFrees = 0;
-    faultReport->secretFrees = 0;
+    describeFault(fault);
     setenv("NORV_FAULT_SECRET", run.base.c_str(), 1);
 }
 

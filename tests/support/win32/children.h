@@ -40,15 +40,18 @@ inline bool hasEnded(const OwnedHandle& process)
     return WaitForSingleObject(process.get(), 0) == WAIT_OBJECT_0;
 }
 
-// Whether a process has run for a while. It is in its job then, where it gets only after
-// it was created.
-inline bool hasRun(const OwnedHandle& process)
+// Whether a process is in its job, where it gets only after it was created. Where this
+// process is in a job, so is every child from the first: there the time that the child has
+// run tells it. Wine knows the job only: it gives the caller's time for that of any process.
+inline bool isInItsJob(const OwnedHandle& process)
 {
     constexpr DWORD aWhile = 1'000'000; // in units of 100 nanoseconds
+    BOOL inJob = FALSE;
     FILETIME created{};
     FILETIME ended{};
     FILETIME kernel{};
     FILETIME user{};
-    return GetProcessTimes(process.get(), &created, &ended, &kernel, &user) &&
+    return IsProcessInJob(process.get(), nullptr, &inJob) && inJob &&
+           GetProcessTimes(process.get(), &created, &ended, &kernel, &user) &&
            (user.dwLowDateTime >= aWhile || user.dwHighDateTime > 0);
 }
