@@ -4,7 +4,7 @@
 #   ./test.sh           the native tests
 #   ./test.sh all       everything that CI runs: the native tests, lint, debug,
 #                       asan, tsan, memcheck, stress, faults, fuzz, windows,
-#                       debian13, arm64
+#                       debian13, arm64, cluster
 #   ./test.sh bench     measures for about half an hour; not part of all
 #   ./test.sh bench_figures    the same, as figures for docs/performance.md
 #   ./test.sh soak [SECONDS]   real runs killed, stopped and disturbed, for 300 seconds
@@ -260,9 +260,12 @@ task_bench_figures() {
     tools/bench --figures
 }
 
+# Searches with Slurm on a cluster of one machine, in a Debian 12 of its own.
+task_cluster() { tools/in-debian bookworm-cluster tests/cluster/run; }
+
 task_all() {
     for task in native lint debug asan tsan memcheck stress faults fuzz windows \
-        debian13 arm64; do
+        debian13 arm64 cluster; do
         printf '\n== %s\n' "$task"
         timed "$task"
     done

@@ -14,7 +14,7 @@ if(WIN32)
   set(documents .)
   # The README leads to these. The manual pages tell the version.
   install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE DESTINATION .)
-  file(GLOB pages CONFIGURE_DEPENDS docs/*.md docs/*.svg)
+  file(GLOB pages CONFIGURE_DEPENDS docs/*.md docs/*.svg docs/cluster.json)
   install(FILES ${pages} DESTINATION docs)
   foreach(page norv norvctl)
     configure_file(docs/${page}.1 ${PROJECT_BINARY_DIR}/man/${page}.1 @ONLY)
@@ -72,3 +72,8 @@ install(DIRECTORY examples/ DESTINATION ${documents}/examples
         PATTERN __pycache__ EXCLUDE
         PATTERN "*.py" PERMISSIONS ${runnable}
         PATTERN "*.sh" PERMISSIONS ${runnable})
+# Slurm does not run on Windows.
+if(NORV_CTL AND NOT WIN32)
+  install(DIRECTORY cluster DESTINATION ${documents}/examples
+          FILE_PERMISSIONS ${runnable} DIRECTORY_PERMISSIONS ${runnable})
+endif()

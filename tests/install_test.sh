@@ -26,11 +26,17 @@ share/zsh/site-functions/_norvctl' \
         sed 's|^\./||' | LC_ALL=C sort)"
 
 examples=$folder/share/doc/norv/examples
-expect 'examples' 'cpp/find_prime.cpp
+expect 'examples' 'cluster/status
+cluster/submit
+cluster/task
+cpp/find_prime.cpp
 cpp/norv.h
 python/norv.py
 sh/find_prime.sh' "$(cd "$examples" && find . -type f | sed 's|^\./||' | LC_ALL=C sort)"
-expect 'examples that can be run' 'python/norv.py
+expect 'examples that can be run' 'cluster/status
+cluster/submit
+cluster/task
+python/norv.py
 sh/find_prime.sh' \
     "$(cd "$examples" && find . -type f -perm -111 | sed 's|^\./||' | LC_ALL=C sort)"
 
