@@ -1,5 +1,9 @@
 #include "ctl/check.h"
 
+#include <exception>
+#include <openssl/crypto.h>
+#include <thread>
+
 namespace
 {
 
@@ -29,9 +33,38 @@ int isPrime(const BIGNUM* number)
     return context ? BN_check_prime(number, context.get(), nullptr) : -1;
 }
 
+struct Verdicts { // each 1, 0, or -1 when libcrypto fails
+    int prime = -1;
+    int half = -1; // means nothing unless `prime` is 1
+};
+
+Verdicts judge(const BIGNUM* prime, const BIGNUM* half, int threads)
+{
+    Verdicts verdicts;
+    std::jthread other;
+    if (threads > 1) {
+        try {
+            other = std::jthread([&verdicts, half] {
+                verdicts.half = isPrime(half);
+                // Where libcrypto is part of the program, nobody else tells it.
+                OPENSSL_thread_stop();
+            });
+        } catch (const std::exception&) {
+            // No thread, or no memory for one: then one after the other.
+        }
+    }
+    verdicts.prime = isPrime(prime);
+    if (other.joinable())
+        other.join();
+    else if (verdicts.prime == 1)
+        verdicts.half = isPrime(half);
+    return verdicts;
+}
+
 } // namespace
 
-CheckResult checkFound(const BIGNUM* prime, const BIGNUM* base, int bits, bool safe)
+CheckResult checkFound(const BIGNUM* prime, const BIGNUM* base, int bits, bool safe,
+                       int threads)
 {
     if (BN_is_negative(prime) || BN_num_bits(prime) != bits)
         return CheckResult::wrongSize;
@@ -40,18 +73,19 @@ CheckResult checkFound(const BIGNUM* prime, const BIGNUM* base, int bits, bool s
         if (follows != 1)
             return follows == 0 ? CheckResult::belowBase : CheckResult::failed;
     }
-    const int verdict = isPrime(prime);
-    if (verdict != 1)
-        return verdict == 0 ? CheckResult::notPrime : CheckResult::failed;
-    if (!safe)
-        return CheckResult::good;
-
-    const SecretNumber half(BN_new());
-    if (!half || !BN_rshift1(half.get(), prime))
-        return CheckResult::failed;
-    const int halfVerdict = isPrime(half.get());
-    if (halfVerdict != 1)
-        return halfVerdict == 0 ? CheckResult::halfNotPrime : CheckResult::failed;
+    Verdicts verdicts;
+    if (safe) {
+        const SecretNumber half(BN_new());
+        if (!half || !BN_rshift1(half.get(), prime))
+            return CheckResult::failed;
+        verdicts = judge(prime, half.get(), threads);
+    } else {
+        verdicts.prime = isPrime(prime);
+    }
+    if (verdicts.prime != 1)
+        return verdicts.prime == 0 ? CheckResult::notPrime : CheckResult::failed;
+    if (safe && verdicts.half != 1)
+        return verdicts.half == 0 ? CheckResult::halfNotPrime : CheckResult::failed;
     return CheckResult::good;
 }
 

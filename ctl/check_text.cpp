@@ -9,6 +9,7 @@
 
 #include <charconv>
 #include <optional>
+#include <thread>
 #include <utility>
 #include <variant>
 
@@ -179,8 +180,9 @@ Finding checkPrime(const Claim& claim, bool safe)
     if (claim.json && !base)
         return {1, libraryFailed};
     const int wanted = claim.bits ? claim.bits : bits;
+    const auto processors = static_cast<int>(std::thread::hardware_concurrency());
     // Whether it is a safe prime is told in any case.
-    switch (checkFound(claim.prime.get(), base.get(), wanted, true)) {
+    switch (checkFound(claim.prime.get(), base.get(), wanted, true, processors)) {
     case CheckResult::good:
         return {0, "a safe prime of " + size};
     case CheckResult::halfNotPrime:

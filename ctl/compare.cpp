@@ -4,6 +4,7 @@
 #include "ctl/check.h"
 #include "ctl/comparison.h"
 #include "ctl/end_request.h"
+#include "ctl/estimate.h"
 #include "ctl/message.h"
 #include "ctl/norv_path.h"
 #include "ctl/norv_process.h"
@@ -78,8 +79,8 @@ void runLibcrypto(uv_work_t* work) noexcept
 {
     Contest& contest = *static_cast<Contest*>(work->data);
     const Options& options = *contest.options;
-    contest.checked =
-        checkFound(contest.prime.get(), contest.base.get(), options.bits, options.safe);
+    contest.checked = checkFound(contest.prime.get(), contest.base.get(), options.bits,
+                                 options.safe, usableProcessors());
     const double before = threadCpuSeconds();
     contest.libcryptoFound = generateByLibcrypto(options.bits, options.safe);
     contest.libcryptoSeconds = threadCpuSeconds() - before;

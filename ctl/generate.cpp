@@ -188,8 +188,8 @@ void runCheck(uv_work_t* work) noexcept
 {
     Generation& generation = *static_cast<Generation*>(work->data);
     const Found& found = generation.found;
-    generation.checked =
-        checkFound(found.prime.get(), found.base.get(), found.bits, found.safe);
+    generation.checked = checkFound(found.prime.get(), found.base.get(), found.bits,
+                                    found.safe, found.threads);
 }
 
 void checkEnded(uv_work_t* work, int /*status*/) noexcept

@@ -12,7 +12,11 @@ namespace
 
 CheckResult check(std::string_view prime, std::string_view base, int bits, bool safe)
 {
-    return checkFound(fromHex(prime).get(), fromHex(base).get(), bits, safe);
+    const BigNumber number = fromHex(prime);
+    const BigNumber start = fromHex(base);
+    const CheckResult result = checkFound(number.get(), start.get(), bits, safe, 1);
+    EXPECT_EQ(result, checkFound(number.get(), start.get(), bits, safe, 2));
+    return result;
 }
 
 TEST(CheckFound, AcceptsAPrimeAboveItsBase)
@@ -24,7 +28,7 @@ TEST(CheckFound, AcceptsAPrimeAboveItsBase)
 
 TEST(CheckFound, DoesNotNeedABase)
 {
-    EXPECT_EQ(CheckResult::good, checkFound(fromHex(safe64).get(), nullptr, 64, true));
+    EXPECT_EQ(CheckResult::good, checkFound(fromHex(safe64).get(), nullptr, 64, true, 1));
 }
 
 TEST(CheckFound, WantsExactlyTheSize)
@@ -95,22 +99,23 @@ TEST(CheckFound, AcceptsNoBaseOfMoreBits)
 
 // Each allocation of libcrypto fails once. The answer is then that it failed, or the
 // right one: it never calls a composite good, or a prime bad.
-void failEach(std::string_view prime, CheckResult right)
+void failEach(std::string_view prime, CheckResult right, int threads)
 {
     const BigNumber number = fromHex(prime);
     const BigNumber base = fromHex("8000000000000000");
     failCryptoAllocation(-1);
     // The first use of libcrypto's generator makes what stays.
-    checkFound(number.get(), base.get(), 64, true);
+    checkFound(number.get(), base.get(), 64, true, threads);
     const int before = cryptoBlocks();
     failCryptoAllocation(-1);
-    checkFound(number.get(), base.get(), 64, true);
+    checkFound(number.get(), base.get(), 64, true, threads);
     const int count = cryptoAllocations();
     ASSERT_GT(count, 0);
     int failed = 0;
     for (int i = 0; i < count; ++i) {
         failCryptoAllocation(i);
-        const CheckResult result = checkFound(number.get(), base.get(), 64, true);
+        const CheckResult result =
+            checkFound(number.get(), base.get(), 64, true, threads);
         failCryptoAllocation(-1);
         EXPECT_TRUE(result == right || result == CheckResult::failed) << i;
         failed += result == CheckResult::failed;
@@ -121,9 +126,11 @@ void failEach(std::string_view prime, CheckResult right)
 
 TEST(CheckFound, SaysWhenMemoryIsShort)
 {
-    failEach(safe64, CheckResult::good);
-    failEach(plain64, CheckResult::halfNotPrime);
-    failEach("8000000000000001", CheckResult::notPrime);
+    for (const int threads : {1, 2}) {
+        failEach(safe64, CheckResult::good, threads);
+        failEach(plain64, CheckResult::halfNotPrime, threads);
+        failEach("8000000000000001", CheckResult::notPrime, threads);
+    }
 }
 
 // Event 1 with -1 tells the end of the trial divisions.
