@@ -58,6 +58,12 @@ std::string derOfSafe64(const std::string& generator)
     return bytes({0x30, static_cast<int>(numbers.size())}) + numbers;
 }
 
+std::string subgroup(const std::string& base64)
+{
+    return "-----BEGIN X9.42 DH PARAMETERS-----\n" + base64 +
+           "\n-----END X9.42 DH PARAMETERS-----\n";
+}
+
 // What norv prints.
 const std::string norvMessages = "\nGeneration is started!\n"
                                  "Safe prime 64 bits in 3 threads.\n"
@@ -124,15 +130,19 @@ const Text texts[] = {
      "1 DER: a safe prime of 64 bits; the generator not from 1 to p-1\n"},
     {"OtherDer", bytes({0x30, 0x03, 0x02, 0x01, 0x07}),
      "2 cannot read this as DER: no Diffie-Hellman parameters" + unreadable},
-    {"ASubgroup",
-     "-----BEGIN X9.42 DH PARAMETERS-----\nMAkCARcCAQQCAQs=\n"
-     "-----END X9.42 DH PARAMETERS-----\n",
+    // p = 23 = 2 * 11 + 1 and p = 43 = 2 * 3 * 7 + 1
+    {"ASubgroup", subgroup("MAkCARcCAQQCAQs="), // g = 4, q = 11
      "0 PEM: a safe prime of 5 bits; generator 4 of order q, a prime of 4 bits\n"},
-    {"ASubgroupOfAnotherOrder",
-     // p = 23, q = 11, g = 5
-     "-----BEGIN X9.42 DH PARAMETERS-----\nMAkCARcCAQUCAQs=\n"
-     "-----END X9.42 DH PARAMETERS-----\n",
+    {"ASubgroupOfAnotherOrder", subgroup("MAkCARcCAQUCAQs="), // g = 5, q = 11
      "1 PEM: a safe prime of 5 bits; generator 5 not of order q\n"},
+    {"ASubgroupOfNoPrimeOrder", subgroup("MAkCARcCAQUCAQY="), // g = 5, q = 6
+     "1 PEM: a safe prime of 5 bits; q is not a prime\n"},
+    {"ASubgroupThatIsNone", subgroup("MAkCARcCAQQCAQc="), // g = 4, q = 7
+     "1 PEM: a safe prime of 5 bits; q does not divide p-1\n"},
+    {"ASmallSubgroup", subgroup("MAkCASsCAQQCAQc="), // g = 4, q = 7
+     "0 PEM: a prime of 6 bits; generator 4 of order q, a prime of 3 bits\n"},
+    {"ASubgroupOfHalfThatIsNoPrime", subgroup("MAkCASsCAQkCARU="), // g = 9, q = 21
+     "1 PEM: a prime of 6 bits; q is not a prime\n"},
     {"BrokenJson", "{\"kind\"", "1 JSON: line 1, column 8: not valid JSON\n"},
     {"Nothing", "",
      "2 cannot read this as hex: line 1, column 1: no hex digit" + unreadable},

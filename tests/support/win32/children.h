@@ -41,8 +41,9 @@ inline bool hasEnded(const OwnedHandle& process)
 }
 
 // Whether a process is in its job, where it gets only after it was created. Where this
-// process is in a job, so is every child from the first: there the time that the child has
-// run tells it. Wine knows the job only: it gives the caller's time for that of any process.
+// process is in a job, so is every child from the first: there the time that the child
+// has run tells it. Wine knows the job only: it gives the caller's time for that of any
+// process.
 inline bool isInItsJob(const OwnedHandle& process)
 {
     constexpr DWORD aWhile = 1'000'000; // in units of 100 nanoseconds
