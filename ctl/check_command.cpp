@@ -4,9 +4,14 @@
 #include "ctl/generate.h"
 #include "ctl/input_file.h"
 #include "ctl/message.h"
+#include "ctl/norv_process.h"
 #include "ctl/output_file.h"
+#include "platform/dependent.h"
 
-int check(const Options& options)
+namespace
+{
+
+int checkInput(const Options& options)
 {
     const std::variant<SecretText, ReadError> read =
         readInput(options.file, maxCheckedBytes);
@@ -29,4 +34,20 @@ int check(const Options& options)
         return answer.exitCode;
     say(failure);
     return exitNo;
+}
+
+} // namespace
+
+int check(const Options& options)
+{
+    if (!options.replay)
+        return checkInput(options);
+    // Before the file is read: the process that this makes must not have what is in it.
+    if (!prepareForDependents()) {
+        say(noRoom);
+        return exitNorv;
+    }
+    const int exitCode = checkInput(options);
+    finishWithDependents();
+    return exitCode;
 }

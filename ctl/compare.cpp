@@ -1,5 +1,6 @@
 #include "ctl/compare.h"
 
+#include "ctl/background.h"
 #include "ctl/base.h"
 #include "ctl/check.h"
 #include "ctl/comparison.h"
@@ -16,7 +17,6 @@
 #include "platform/process.h"
 
 #include <memory>
-#include <new>
 #include <utility>
 
 namespace
@@ -36,7 +36,7 @@ struct Contest {
 
     uv_loop_t loop = {};
     EndRequests requests;
-    uv_work_t work = {};
+    Background background;
 
     std::unique_ptr<NorvRun> run;
     WatchedChild child;
@@ -75,9 +75,8 @@ bool generateByLibcrypto(int bits, bool safe)
                                  nullptr, context.get()) == 1;
 }
 
-void runLibcrypto(uv_work_t* work) noexcept
+void runLibcrypto(Contest& contest) noexcept
 {
-    Contest& contest = *static_cast<Contest*>(work->data);
     const Options& options = *contest.options;
     contest.checked = checkFound(contest.prime.get(), contest.base.get(), options.bits,
                                  options.safe, usableProcessors());
@@ -86,9 +85,8 @@ void runLibcrypto(uv_work_t* work) noexcept
     contest.libcryptoSeconds = threadCpuSeconds() - before;
 }
 
-void libcryptoEnded(uv_work_t* work, int /*status*/) noexcept
+void libcryptoEnded(Contest& contest) noexcept
 {
-    Contest& contest = *static_cast<Contest*>(work->data);
     if (contest.checked == CheckResult::failed || !contest.libcryptoFound)
         return finish(contest, {exitNo, "libcrypto failed; is memory short?"});
     if (contest.checked != CheckResult::good)
@@ -109,9 +107,9 @@ void norvEnded(Contest& contest, RunOutcome outcome)
     contest.comparison.norv.push_back(seconds);
     contest.prime = std::move(outcome.prime);
     contest.state = Contest::State::libcrypto;
-    contest.work.data = &contest;
-    if (uv_queue_work(&contest.loop, &contest.work, runLibcrypto, libcryptoEnded) != 0)
-        throw std::bad_alloc();
+    startBackground(
+        contest.background, &contest.loop, [&contest] { runLibcrypto(contest); },
+        [&contest] { libcryptoEnded(contest); });
 }
 
 void beginPair(Contest& contest)

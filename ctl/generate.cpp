@@ -1,5 +1,6 @@
 #include "ctl/generate.h"
 
+#include "ctl/background.h"
 #include "ctl/check.h"
 #include "ctl/end_request.h"
 #include "ctl/from_text.h"
@@ -51,7 +52,7 @@ struct Generation {
     uv_timer_t timeLimit = {};
     uv_timer_t tick = {};
     uv_timer_t writePatience = {};
-    uv_work_t work = {}; // the check, then the writing
+    Background background; // the check, then the writing
 
     VersionQuestion question;
     std::unique_ptr<SearchGroup> group;
@@ -136,9 +137,8 @@ void deliver(Generation& generation)
     beginSearch(generation);
 }
 
-void runWriting(uv_work_t* work) noexcept
+void runWriting(Generation& generation) noexcept
 {
-    Generation& generation = *static_cast<Generation*>(work->data);
     std::optional<std::string> bytes =
         inFormat(generation.found, generation.options->format);
     if (!bytes) {
@@ -149,19 +149,20 @@ void runWriting(uv_work_t* work) noexcept
     generation.writeFailure = addResult(generation.output, result.text);
 }
 
-void writingEnded(uv_work_t* work, int /*status*/) noexcept
+void writingEnded(Generation& generation) noexcept
 {
-    Generation& generation = *static_cast<Generation*>(work->data);
     if (generation.writeFailure.empty())
         return deliver(generation);
     finish(generation, {exitNo, generation.writeFailure});
 }
 
-void queueWork(Generation& generation, uv_work_cb run, uv_after_work_cb ended)
+void runBeside(Generation& generation, void (*work)(Generation&) noexcept,
+               void (*ended)(Generation&) noexcept)
 {
-    generation.work.data = &generation;
-    if (uv_queue_work(&generation.loop, &generation.work, run, ended) != 0)
-        throw std::bad_alloc();
+    startBackground(
+        generation.background, &generation.loop,
+        [&generation, work] { work(generation); },
+        [&generation, ended] { ended(generation); });
 }
 
 void beginWriting(Generation& generation)
@@ -171,7 +172,7 @@ void beginWriting(Generation& generation)
     generation.state = Generation::State::writing;
     // The result may go to the same terminal.
     clearProgress(generation.progress);
-    queueWork(generation, runWriting, writingEnded);
+    runBeside(generation, runWriting, writingEnded);
 }
 
 void failCheck(Generation& generation)
@@ -184,17 +185,15 @@ void failCheck(Generation& generation)
     finish(generation, {exitNorv, line});
 }
 
-void runCheck(uv_work_t* work) noexcept
+void runCheck(Generation& generation) noexcept
 {
-    Generation& generation = *static_cast<Generation*>(work->data);
     const Found& found = generation.found;
     generation.checked = checkFound(found.prime.get(), found.base.get(), found.bits,
                                     found.safe, found.threads);
 }
 
-void checkEnded(uv_work_t* work, int /*status*/) noexcept
+void checkEnded(Generation& generation) noexcept
 {
-    Generation& generation = *static_cast<Generation*>(work->data);
     if (generation.checked == CheckResult::failed)
         return finish(generation, {exitNo, libraryFailed});
     if (generation.checked != CheckResult::good)
@@ -217,7 +216,7 @@ void beginCheck(Generation& generation, SearchOutcome outcome)
     found.norvVersion = generation.norvVersion;
     found.tried = iterationsOfCheck(options.bits);
     showChecking(generation.progress, found.seconds);
-    queueWork(generation, runCheck, checkEnded);
+    runBeside(generation, runCheck, checkEnded);
 }
 
 void searchEnded(Generation& generation, SearchOutcome outcome)
@@ -374,7 +373,7 @@ EndReason takeBase(Generation& generation)
     return {};
 }
 
-// What can be refused before a search begins. Empty when all is well.
+// What can be refused before a search begins. The exit code is 0 when nothing is.
 EndReason prepare(Generation& generation)
 {
     const Options& options = *generation.options;
@@ -433,20 +432,25 @@ void searchAll(Generation& generation)
     uv_loop_close(&generation.loop);
 }
 
-// The whole command, with the base taken by `take`.
-template <typename Take>
-EndReason runAll(Generation& generation, Take take)
+// With the base that is given, if one is.
+EndReason prepareAndSearch(Generation& generation)
+{
+    EndReason end = prepare(generation);
+    if (end.exitCode != 0)
+        return end;
+    searchAll(generation);
+    return generation.end;
+}
+
+// The whole command.
+EndReason runAll(Generation& generation)
 {
     // Before the base is here: the process that this makes must not have it.
     if (!prepareForDependents())
         return {exitNorv, noRoom};
-    EndReason end = take();
+    EndReason end = takeBase(generation);
     if (end.exitCode == 0)
-        end = prepare(generation);
-    if (end.exitCode == 0) {
-        searchAll(generation);
-        end = generation.end;
-    }
+        end = prepareAndSearch(generation);
     finishWithDependents();
     return end;
 }
@@ -458,8 +462,7 @@ int generate(const Options& options)
     Generation generation;
     generation.options = &options;
     generation.output.path = options.output;
-    const EndReason end =
-        runAll(generation, [&generation] { return takeBase(generation); });
+    const EndReason end = runAll(generation);
     if (!end.line.empty())
         say(end.line);
     return end.exitCode;
@@ -475,12 +478,10 @@ RepeatedSearch repeatSearch(const Options& options, const BIGNUM* base, int bits
     Generation generation;
     generation.options = &search;
     generation.keepsPrime = true;
-    const EndReason end = runAll(generation, [&generation, base] {
-        generation.givenBase.reset(BN_dup(base));
-        if (!generation.givenBase)
-            throw std::bad_alloc();
-        return EndReason();
-    });
+    generation.givenBase.reset(BN_dup(base));
+    if (!generation.givenBase)
+        throw std::bad_alloc();
+    const EndReason end = prepareAndSearch(generation);
     if (end.exitCode != 0)
         return {nullptr, end.exitCode, end.line};
     return {std::move(generation.found.prime), 0, {}};

@@ -11,6 +11,8 @@
 int generate(const Options& options);
 
 // Searches with one thread from `base` for the first prime, or safe prime, of `bits`
-// bits, and checks it. Of the options counts what is said of norv and of progress.
+// bits, and checks it. Of the options counts what is said of norv and of progress. The
+// caller prepares for dependents before, and finishes with them afterwards. Ends the
+// process itself, and throws, as generate does.
 RepeatedSearch repeatSearch(const Options& options, const BIGNUM* base, int bits,
                             bool safe);

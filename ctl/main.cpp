@@ -41,8 +41,9 @@ void sayWhy(const std::exception_ptr& exception)
     }
 }
 
-// No exception is caught that tells a lack of memory, or of another resource of the
-// system, such as threads; there are no others. Dependents end with this process.
+// Ends the process where an exception is not caught: memory is short, or another resource
+// of the system. Where there is another way, the code that meets it takes that way.
+// Dependents end with this process.
 [[noreturn]] void endForException()
 {
     if (const std::exception_ptr exception = std::current_exception())

@@ -16,6 +16,7 @@ if(WIN32)
 endif()
 
 add_library(norv_ctl STATIC
+  ctl/background.cpp
   ctl/base.cpp
   ctl/check_command.cpp
   ctl/compare.cpp

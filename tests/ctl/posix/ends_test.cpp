@@ -198,6 +198,69 @@ TEST_F(Search, EndsWhileItsPrimeIsChecked)
     expectNothingLeft();
 }
 
+TEST_F(Search, EndsWhileTheCheckOfAComparisonRuns)
+{
+    const FakeNorv fake("print " + composite());
+    norvctl = std::make_unique<Process>(
+        NORVCTL_PROGRAM, Arguments{"compare", "65536", "--quiet", "--norv", FAKE_NORV});
+    ASSERT_TRUE(comesTrue([this] { return threadsOf(norvctl->id()) > 1; }));
+    send(SIGTERM);
+    expectLine(143, "stopped by a request to terminate", norvctl->wait());
+    expectNothingLeft();
+}
+
+TEST_P(RequestedEnd, OfAComparisonLeavesNothingBehind)
+{
+    norvctl = std::make_unique<Process>(
+        NORVCTL_PROGRAM, Arguments{"compare", "4096", "--safe", "--quiet"});
+    ASSERT_TRUE(searches());
+    send(GetParam().number);
+    expectLine(GetParam().exitCode, GetParam().line, norvctl->wait());
+    expectNothingLeft();
+}
+
+TEST_P(RequestedEnd, OfARepeatedSearchLeavesNothingBehind)
+{
+    ASSERT_EQ(0, runNorvctl({"generate", "64", "--from", "a text", "--quiet", "--format",
+                             "json", "--output", output()})
+                     .exitCode);
+    const TemporaryFolder other;
+    const FakeNorv fake("obey " + (other / "released").string());
+    norvctl = std::make_unique<Process>(
+        NORVCTL_PROGRAM,
+        Arguments{"check", "--replay", "--quiet", "--norv", FAKE_NORV, output()});
+    ASSERT_TRUE(searches());
+    send(GetParam().number);
+    expectLine(GetParam().exitCode, GetParam().line, norvctl->wait());
+    EXPECT_TRUE(std::filesystem::exists(other / "released"));
+    expectNothingLeft(1);
+}
+
+// The watcher outlives norvctl, so it must not have the numbers of a file.
+TEST_F(Search, HasItsWatcherBeforeItReadsWhatItRepeats)
+{
+    const std::string path = (folder / "pipe").string();
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    norvctl =
+        std::make_unique<Process>(NORVCTL_PROGRAM, Arguments{"check", "--replay", path});
+    EXPECT_TRUE(comesTrue([this] { return childrenOf(norvctl->id()).size() == 1; }));
+    norvctl->kill();
+    norvctl->wait();
+}
+
+// No thread can start: its stack would be larger than any memory.
+TEST_F(Search, EndsWithItsPrimeWhereNoThreadCanStart)
+{
+    const FakeNorv fake("print FF FF FF FF FF FF FF C5 ");
+    const Ending ending =
+        Process(shell, {"-c", R"(ulimit -s 70000000000 && exec "$@")", shell,
+                        NORVCTL_PROGRAM, "generate", "64", "--threads", "2", "--norv",
+                        FAKE_NORV, "--base", "ffffffffffffff00"})
+            .wait();
+    EXPECT_EQ(0, ending.exitCode) << ending.errors;
+    EXPECT_EQ("ffffffffffffffc5\n", ending.output);
+}
+
 // The pipe is open and full, and stays so.
 TEST_F(Search, EndsWhileNobodyReadsItsPrimes)
 {
@@ -243,13 +306,6 @@ TEST_F(Search, DoesNotWaitForWhatItsNorvLeavesRunning)
 
 TEST_F(Search, OfSeveralRunsEndsWithAllOfThem)
 {
-    start({"--threads", "65"}, "2048");
-    // The last --threads counts for nothing: it may be given once.
-    expectLine(2,
-               "--threads must be given once, with one value; 'norvctl generate --help' "
-               "lists what is right",
-               norvctl->wait());
-
     norvctl = std::make_unique<Process>(
         NORVCTL_PROGRAM, Arguments{"generate", "8192", "--safe", "--threads", "65",
                                    "--quiet", "--output", output()});

@@ -9,14 +9,12 @@
 #include "tests/support/comes_true.h"
 #include "tests/support/process.h"
 
-#include <chrono>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
 #include <random>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -290,10 +288,11 @@ private:
             program = "/usr/bin/setpriv";
         }
         process_ = std::make_unique<Process>(program, arguments);
-        while (process_->isRunning() && !listening_) {
-            listening_ = log().find("Server listening on") != std::string::npos;
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
+        listening_ = comesTrue([this] {
+                         return log().find("Server listening on") != std::string::npos ||
+                                !process_->isRunning();
+                     }) &&
+                     process_->isRunning();
     }
 
     TemporaryFolder folder_;
