@@ -21,16 +21,23 @@ std::error_code readWhole(const std::string& path, std::size_t limit,
 // aside in the same folder and then takes the name, in one step: another process sees the
 // file that was there before or the whole new one. The new file can only be read and
 // written by its owner, whatever the old one allowed. Where a symbolic link leads to a
-// file, that file is replaced. When the process is killed on the way, nothing is left
-// behind, with two exceptions. Between the last two calls of the system, where a file is
-// replaced, a whole file may stay aside. On a file system that has no files without a
-// name (NFS, FUSE), a part of one may stay aside, as .norvctl-NUMBER.
+// file, that file is replaced; on Windows the link itself, where the file system cannot
+// name the file. When the process is killed on the way, nothing is left behind, with a
+// few exceptions that stay aside as .norvctl-NUMBER:
+//  - on Linux a whole file, between the last two calls of the system, where a file is
+//    replaced;
+//  - on Windows, whether or not a file is replaced, an empty file between the first two
+//    calls and a whole one between the last three;
+//  - a part of a file, on a file system that has no files without a name (NFS, FUSE) or,
+//    on Windows, that cannot remove a file when it is closed.
 //
-// Where something else than a file stands at `path`, that is an error.
+// Where something else than a file stands at `path`, that is an error; on Windows also
+// where the file is read-only or somebody has it open.
 std::error_code writeWhole(const std::string& path, std::string_view content);
 
 // Whether writeWhole can be expected to succeed: whether a file can be made aside, and
-// whether one that is there may be replaced. Changes nothing.
+// whether one that is there may be replaced. Changes nothing. On Windows nobody else can
+// open a file that is there, for a moment of the call.
 std::error_code tryToWrite(const std::string& path);
 
 // A device or a pipe that is open for writing. Its reader sees the end when the owner

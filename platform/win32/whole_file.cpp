@@ -123,6 +123,39 @@ Kind kindOf(const std::wstring& path)
     return GetFileType(opened.get()) == FILE_TYPE_DISK ? Kind::file : Kind::other;
 }
 
+// Where the new file goes: symbolic links to a file are followed. Not every file system
+// can name what they lead to.
+std::wstring targetOf(const std::wstring& path)
+{
+    // No access is asked for: so the open is in nobody's way, and nobody is in its.
+    const File opened(
+        CreateFileW(path.c_str(), 0, everySharing, nullptr, OPEN_EXISTING, 0, nullptr));
+    if (!opened)
+        return path;
+    const DWORD room = GetFinalPathNameByHandleW(opened.get(), nullptr, 0, 0);
+    std::wstring target(room, L'\0');
+    const DWORD length = GetFinalPathNameByHandleW(opened.get(), target.data(), room, 0);
+    if (length == 0 || length >= room)
+        return path;
+    target.resize(length);
+    return target;
+}
+
+// Whether MoveFileExW can be expected to replace what has this name.
+std::error_code tryToReplace(const std::wstring& target)
+{
+    const DWORD attributes = GetFileAttributesW(target.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        return {};
+    if (attributes & FILE_ATTRIBUTE_READONLY)
+        return {ERROR_ACCESS_DENIED, std::system_category()};
+    // Without sharing: a file that anybody has open is not replaced, whatever he shares.
+    // A link that still stands here would itself be replaced.
+    const File opened(CreateFileW(target.c_str(), DELETE, 0, nullptr, OPEN_EXISTING,
+                                  FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    return opened ? std::error_code() : lastError();
+}
+
 std::wstring nameAside(const std::wstring& target)
 {
     const std::size_t end = target.find_last_of(L"/\\:");
@@ -242,14 +275,17 @@ std::error_code writeWhole(const std::string& path, std::string_view content)
 {
     const std::wstring name = wide(path);
     const std::error_code refusal = refusalOf(kindOf(name));
-    return refusal ? refusal : replaceFile(name, content);
+    return refusal ? refusal : replaceFile(targetOf(name), content);
 }
 
 std::error_code tryToWrite(const std::string& path)
 {
-    const std::wstring target = wide(path);
-    if (const std::error_code refusal = refusalOf(kindOf(target)))
+    const std::wstring given = wide(path);
+    if (const std::error_code refusal = refusalOf(kindOf(given)))
         return refusal;
+    const std::wstring target = targetOf(given);
+    if (const std::error_code error = tryToReplace(target))
+        return error;
     const std::wstring name = nameAside(target);
     File file = createOwn(name);
     if (!file)

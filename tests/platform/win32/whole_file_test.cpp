@@ -1,11 +1,15 @@
-// Devices, and who may use a new file.
+// Devices, files that cannot be replaced, links, and who may use a new file.
 #include "platform/whole_file.h"
 
 #include "tests/platform/temporary_folder.h"
+#include "tests/support/comes_true.h"
 
 #include <array>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
+#include <process.h>
+#include <string>
 #include <windows.h>
 // After windows.h, whose types it uses.
 #include <aclapi.h>
@@ -65,6 +69,84 @@ void expectAccessOf(User& user, PACL list)
     }
     EXPECT_TRUE(named);
 }
+
+// Makes the symbolic link "link" to "file". Returns false where the user may not.
+bool makeLink(const TemporaryFolder& folder)
+{
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder / "");
+    const bool made = CreateSymbolicLinkW(L"link", L"file",
+                                          SYMBOLIC_LINK_FLAG_ALLOW_UNPRIVILEGED_CREATE);
+    // Wine 8 reports success and makes nothing. It starts programs of Linux, but does not
+    // wait for them.
+    if (made && !std::filesystem::exists("link"))
+        _spawnl(_P_WAIT, R"(Z:\bin\ln)", "ln", "-s", "file", "link", nullptr);
+    std::filesystem::current_path(before);
+    return made;
+}
+
+// Wine 8 cannot remove a link, only what it leads to, and could not empty the folder. But
+// it moves a file onto a link.
+void removeLink(const TemporaryFolder& folder)
+{
+    writeFile(folder / "other", "");
+    std::filesystem::rename(folder / "other", folder / "link");
+}
+
+TEST(WriteWhole, ReplacesTheFileThatALinkLeadsTo)
+{
+    const TemporaryFolder folder;
+    const std::string link = (folder / "link").string();
+    writeFile(folder / "file", "old");
+    if (!makeLink(folder))
+        GTEST_SKIP() << "this user may not make symbolic links";
+    EXPECT_TRUE(comesTrue([&link] { return contentOf(link) == "old"; }));
+    EXPECT_FALSE(tryToWrite(link));
+    EXPECT_FALSE(writeWhole(link, "new"));
+    EXPECT_EQ("new", contentOf(folder / "file"));
+    writeFile(folder / "file", "newer");
+    EXPECT_EQ("newer", contentOf(link));
+    removeLink(folder);
+}
+
+TEST(TryToWrite, RefusesAFileThatIsReadOnly)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder / "file";
+    writeFile(path, "content");
+    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
+    const std::error_code error = tryToWrite(path.string());
+    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    EXPECT_EQ(std::errc::permission_denied, error);
+    EXPECT_FALSE(tryToWrite(path.string()));
+    EXPECT_EQ("content", contentOf(path));
+}
+
+// The parameter is what a program that has the file open shares.
+class OpenFile : public testing::TestWithParam<DWORD>
+{
+};
+
+TEST_P(OpenFile, IsNotReplacedAndThatIsSaidBefore)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder / "file";
+    writeFile(path, "content");
+    HANDLE const opened = CreateFileW(path.c_str(), GENERIC_READ, GetParam(), nullptr,
+                                      OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(INVALID_HANDLE_VALUE, opened);
+    EXPECT_EQ(std::errc::device_or_resource_busy, tryToWrite(path.string()));
+    EXPECT_TRUE(writeWhole(path.string(), "new"));
+    CloseHandle(opened);
+    EXPECT_EQ("content", contentOf(path));
+    EXPECT_FALSE(tryToWrite(path.string()));
+}
+
+INSTANTIATE_TEST_SUITE_P(WholeFile, OpenFile,
+                         testing::Values(0, FILE_SHARE_READ,
+                                         FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                         FILE_SHARE_READ | FILE_SHARE_WRITE |
+                                             FILE_SHARE_DELETE));
 
 TEST(WriteWhole, ReplacesNoDevice)
 {
