@@ -28,21 +28,23 @@ constexpr std::uint64_t tickMilliseconds = 250;
 // after so long.
 constexpr std::uint64_t writePatienceMilliseconds = 500;
 
-// The whole command. Everything happens on one loop: the question for norv's version
-// where that is told, a search, on another thread its check and the writing, and the next
-// search.
+// The whole command. Everything happens on one loop: on another thread the reading of the
+// base, the question for norv's version where that is told, a search, on another thread
+// its check and the writing, and the next search.
 struct Generation {
     enum class State {
+        reading,
         asking,
         searching,
         checking,
         writing,
         ending
-    } state = State::asking;
+    } state = State::reading;
     const Options* options = nullptr;
     std::string norv;
     std::string norvVersion;
     SecretNumber givenBase;  // null: a random one each time
+    EndReason refusal;       // why no search can begin; exit code 0 where one can
     bool keepsPrime = false; // in `found`, and writes it nowhere
     Output output;
     Progress progress;
@@ -52,7 +54,7 @@ struct Generation {
     uv_timer_t timeLimit = {};
     uv_timer_t tick = {};
     uv_timer_t writePatience = {};
-    Background background; // the check, then the writing
+    Background background; // the reading, the check, the writing
 
     VersionQuestion question;
     std::unique_ptr<SearchGroup> group;
@@ -296,6 +298,7 @@ void endRequested(Generation& generation, const EndReason& reason)
         return killQuestion(generation.question);
     case Generation::State::searching:
         return stopGroup(*generation.group);
+    case Generation::State::reading:
     case Generation::State::checking:
         leaveWork(generation);
     default:
@@ -400,12 +403,34 @@ void versionTold(Generation& generation, std::string version)
 // Where norv's version is told, in one form, it is asked for first.
 void begin(Generation& generation)
 {
+    generation.state = Generation::State::asking;
     if (generation.keepsPrime || generation.options->format != Format::json)
         return beginSearch(generation);
     askForVersion(generation.question, &generation.loop, generation.norv,
                   [&generation](std::string version) {
                       versionTold(generation, std::move(version));
                   });
+}
+
+void runReading(Generation& generation) noexcept
+{
+    if (!generation.givenBase)
+        generation.refusal = takeBase(generation);
+}
+
+void readingEnded(Generation& generation) noexcept
+{
+    EndReason& refusal = generation.refusal;
+    if (refusal.exitCode == 0)
+        refusal = prepare(generation);
+    if (refusal.exitCode != 0)
+        return finish(generation, refusal);
+    const Options& options = *generation.options;
+    if (generation.progress.shown)
+        generation.progress.estimate = estimateSearch(
+            options.bits, options.safe, options.threads, usableProcessors(),
+            measureCosts(options.bits, options.safe, options.threads));
+    begin(generation);
 }
 
 // Searches until nothing is left to do. Afterwards generation.end is set.
@@ -423,36 +448,9 @@ void searchAll(Generation& generation)
     progress.count = options.count;
     openProgress(progress, &generation.loop, options.quiet);
     listen(generation);
-    if (progress.shown)
-        progress.estimate = estimateSearch(
-            options.bits, options.safe, options.threads, usableProcessors(),
-            measureCosts(options.bits, options.safe, options.threads));
-    begin(generation);
+    runBeside(generation, runReading, readingEnded);
     uv_run(&generation.loop, UV_RUN_DEFAULT);
     uv_loop_close(&generation.loop);
-}
-
-// With the base that is given, if one is.
-EndReason prepareAndSearch(Generation& generation)
-{
-    EndReason end = prepare(generation);
-    if (end.exitCode != 0)
-        return end;
-    searchAll(generation);
-    return generation.end;
-}
-
-// The whole command.
-EndReason runAll(Generation& generation)
-{
-    // Before the base is here: the process that this makes must not have it.
-    if (!prepareForDependents())
-        return {exitNorv, noRoom};
-    EndReason end = takeBase(generation);
-    if (end.exitCode == 0)
-        end = prepareAndSearch(generation);
-    finishWithDependents();
-    return end;
 }
 
 } // namespace
@@ -462,7 +460,14 @@ int generate(const Options& options)
     Generation generation;
     generation.options = &options;
     generation.output.path = options.output;
-    const EndReason end = runAll(generation);
+    EndReason& end = generation.end;
+    // Before the base is here: the process that this makes must not have it.
+    if (prepareForDependents()) {
+        searchAll(generation);
+        finishWithDependents();
+    } else {
+        end = {exitNorv, noRoom};
+    }
     if (!end.line.empty())
         say(end.line);
     return end.exitCode;
@@ -481,7 +486,8 @@ RepeatedSearch repeatSearch(const Options& options, const BIGNUM* base, int bits
     generation.givenBase.reset(BN_dup(base));
     if (!generation.givenBase)
         throw std::bad_alloc();
-    const EndReason end = prepareAndSearch(generation);
+    searchAll(generation);
+    const EndReason& end = generation.end;
     if (end.exitCode != 0)
         return {nullptr, end.exitCode, end.line};
     return {std::move(generation.found.prime), 0, {}};

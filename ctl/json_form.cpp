@@ -220,6 +220,10 @@ std::variant<JsonForm, TextError> readJson(std::string_view text)
         return TextError{1, 1, wrong};
 
     Json written = objectOf(form);
+    // What a later version adds.
+    for (const auto& [name, value] : object.items())
+        if (name != "digest" && !written.contains(name))
+            written[name] = value;
     const std::string computed = sha256(written.dump());
     if (computed.empty())
         throw std::bad_alloc();

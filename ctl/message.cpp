@@ -6,8 +6,13 @@
 
 void say(const std::string& line)
 {
+    std::string text = "norvctl: " + line;
+    // A file's name may have line ends, and codes that a terminal obeys.
+    for (char& character : text)
+        if (static_cast<unsigned char>(character) < ' ' || character == '\x7f')
+            character = '?';
+    text += '\n';
     // In one piece, so that lines of several programs do not mix.
-    const std::string text = "norvctl: " + line + "\n";
     static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
     std::fflush(stderr);
 }

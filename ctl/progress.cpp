@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 namespace
 {
@@ -45,7 +46,9 @@ void openProgress(Progress& progress, uv_loop_t* loop, bool quiet)
 {
     progress.shown = !quiet;
     const char* noColor = std::getenv("NO_COLOR");
-    const bool wanted = !noColor || *noColor == '\0';
+    const char* terminal = std::getenv("TERM");
+    const bool wanted = (!noColor || *noColor == '\0') &&
+                        (!terminal || std::string_view(terminal) != "dumb");
     if (quiet || !wanted || uv_guess_handle(standardError) != UV_TTY ||
         uv_tty_init(loop, &progress.terminal, standardError, 0) != 0)
         return;

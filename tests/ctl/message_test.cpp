@@ -37,4 +37,12 @@ TEST(Say, WritesOneLineWithTheProgramsName)
     EXPECT_EQ("norvctl: what is wrong\n", testing::internal::GetCapturedStderr());
 }
 
+TEST(Say, WritesOneLineOfANameWithCodesForTheTerminal)
+{
+    testing::internal::CaptureStderr();
+    say("cannot write a\nb\033[31m\x7f\u00e9: why");
+    EXPECT_EQ("norvctl: cannot write a?b?[31m?\u00e9: why\n",
+              testing::internal::GetCapturedStderr());
+}
+
 } // namespace

@@ -127,6 +127,27 @@ INSTANTIATE_TEST_SUITE_P(
                                                              : "HangUp");
     });
 
+TEST_P(RequestedEnd, IsObeyedWhileTheBaseIsWaitedFor)
+{
+    norvctl = std::make_unique<Process>(
+        NORVCTL_PROGRAM, Arguments{"generate", "64", "--quiet", "--base-file", "-"},
+        Streams{Streams::Input::textAndOpen, "80"});
+    // Its other thread reads.
+    ASSERT_TRUE(comesTrue([this] { return threadsOf(norvctl->id()) > 1; }));
+    send(GetParam().number);
+    expectLine(GetParam().exitCode, GetParam().line, norvctl->wait());
+    expectNothingLeft();
+}
+
+TEST_F(Search, EndsAtItsTimeLimitWhileTheBaseIsWaitedFor)
+{
+    norvctl = std::make_unique<Process>(
+        NORVCTL_PROGRAM,
+        Arguments{"generate", "64", "--quiet", "--timeout", "0.1", "--base-file", "-"},
+        Streams{Streams::Input::textAndOpen, "80"});
+    expectLine(124, "no prime within the time limit of 100 ms", norvctl->wait());
+}
+
 TEST_F(Search, EndsAtItsTimeLimit)
 {
     start({"--timeout", "0.5"});

@@ -51,9 +51,8 @@ TEST(ProgressOnATerminal, GivesWayToTheResult)
         << shown;
 }
 
-TEST(ProgressOnATerminal, MovesNoCursorWithNoColor)
+void expectPlainLines()
 {
-    const EnvironmentVariable noColor("NO_COLOR", "1");
     Terminal terminal;
     Process searching(shell, errorsTo(terminal, {"generate", "64", "--threads", "1"}));
     const Ending ending = searching.wait();
@@ -61,6 +60,18 @@ TEST(ProgressOnATerminal, MovesNoCursorWithNoColor)
     EXPECT_TRUE(terminal.shows("found after "));
     EXPECT_EQ(std::string::npos, terminal.shown().find('\033'));
     EXPECT_EQ(std::string::npos, terminal.shown().find('\r'));
+}
+
+TEST(ProgressOnATerminal, MovesNoCursorWithNoColor)
+{
+    const EnvironmentVariable noColor("NO_COLOR", "1");
+    expectPlainLines();
+}
+
+TEST(ProgressOnATerminal, MovesNoCursorWhereTheTerminalCannot)
+{
+    const EnvironmentVariable dumb("TERM", "dumb");
+    expectPlainLines();
 }
 
 TEST(ProgressOnATerminal, IsSilentWhenAskedToBe)
