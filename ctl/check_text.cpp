@@ -148,10 +148,11 @@ Reading readText(std::string_view text)
 {
     if (looksDer(text))
         return readDhParameters(text, Encoding::der);
-    if (text.find("-----BEGIN ") != std::string_view::npos)
-        return readDhParameters(text, Encoding::pem);
+    // A text of --from in JSON may hold what begins a block of PEM, or norv's result.
     if (withoutOuterBlanks(text).starts_with('{'))
         return readJsonForm(text);
+    if (text.find("-----BEGIN ") != std::string_view::npos)
+        return readDhParameters(text, Encoding::pem);
     if (const std::size_t prefix = text.rfind(resultPrefix);
         prefix != std::string_view::npos)
         return readNorvOutput(text, prefix);
@@ -239,14 +240,20 @@ Finding checkSubgroup(const Claim& claim, bool isSafe)
     if (!context || !rest || !half || !power || !BN_sub_word(rest.get(), 1) ||
         !BN_rshift1(half.get(), rest.get()))
         return {1, libraryFailed};
+    if (BN_is_negative(order) || BN_is_zero(order) || BN_is_one(order))
+        return {1, "q is not a prime"};
+    // A divisor of p-1 has no more bits than p: the test of a q of millions of bits would
+    // not end.
+    if (!BN_mod(rest.get(), rest.get(), order, context.get()))
+        return {1, libraryFailed};
+    if (!BN_is_zero(rest.get()))
+        return {1, "q does not divide p-1"};
     const bool isTested = isSafe && BN_cmp(order, half.get()) == 0;
     const int verdict = isTested ? 1 : BN_check_prime(order, context.get(), nullptr);
     if (verdict == 0)
         return {1, "q is not a prime"};
-    if (verdict != 1 || !BN_mod(rest.get(), rest.get(), order, context.get()))
+    if (verdict != 1)
         return {1, libraryFailed};
-    if (!BN_is_zero(rest.get()))
-        return {1, "q does not divide p-1"};
     const std::string name = generatorText(generator);
     if (BN_is_zero(generator) || BN_is_one(generator) || BN_is_negative(generator) ||
         BN_cmp(generator, prime) >= 0)

@@ -135,13 +135,21 @@ const Text texts[] = {
      "0 PEM: a safe prime of 5 bits; generator 4 of order q, a prime of 4 bits\n"},
     {"ASubgroupOfAnotherOrder", subgroup("MAkCARcCAQUCAQs="), // g = 5, q = 11
      "1 PEM: a safe prime of 5 bits; generator 5 not of order q\n"},
-    {"ASubgroupOfNoPrimeOrder", subgroup("MAkCARcCAQUCAQY="), // g = 5, q = 6
-     "1 PEM: a safe prime of 5 bits; q is not a prime\n"},
     {"ASubgroupThatIsNone", subgroup("MAkCARcCAQQCAQc="), // g = 4, q = 7
      "1 PEM: a safe prime of 5 bits; q does not divide p-1\n"},
+    {"ASubgroupThatIsNoneOfNoPrimeOrder", subgroup("MAkCARcCAQUCAQY="), // g = 5, q = 6
+     "1 PEM: a safe prime of 5 bits; q does not divide p-1\n"},
+    {"ASubgroupLargerThanTheGroup", subgroup("MAkCARcCAQQCASE="), // g = 4, q = 33
+     "1 PEM: a safe prime of 5 bits; q does not divide p-1\n"},
+    {"ASubgroupOfOrderZero", subgroup("MAkCARcCAQQCAQA="), // g = 4, q = 0
+     "1 PEM: a safe prime of 5 bits; q is not a prime\n"},
+    {"ASubgroupOfOrderOne", subgroup("MAkCARcCAQQCAQE="), // g = 4, q = 1
+     "1 PEM: a safe prime of 5 bits; q is not a prime\n"},
     {"ASmallSubgroup", subgroup("MAkCASsCAQQCAQc="), // g = 4, q = 7
      "0 PEM: a prime of 6 bits; generator 4 of order q, a prime of 3 bits\n"},
     {"ASubgroupOfHalfThatIsNoPrime", subgroup("MAkCASsCAQkCARU="), // g = 9, q = 21
+     "1 PEM: a prime of 6 bits; q is not a prime\n"},
+    {"ASubgroupOfNoPrimeOrder", subgroup("MAkCASsCAQcCAQY="), // g = 7, q = 6
      "1 PEM: a prime of 6 bits; q is not a prime\n"},
     {"BrokenJson", "{\"kind\"", "1 JSON: line 1, column 8: not valid JSON\n"},
     {"Nothing", "",
@@ -197,6 +205,16 @@ TEST(CheckTextOfJson, DerivesTheBaseAnew)
     EXPECT_EQ(
         "1 JSON: a safe prime of 128 bits; the base does not follow from the text\n",
         check(jsonOf(found)));
+}
+
+TEST(CheckTextOfJson, ReadsATextThatHoldsWhatOtherFormsBeginWith)
+{
+    Found found = fromText();
+    found.fromText = "-----BEGIN a text, Result:";
+    const std::string said =
+        "1 JSON: a safe prime of 128 bits; the base does not follow from the text\n";
+    EXPECT_EQ(said, check(jsonOf(found)));
+    EXPECT_EQ(said, check(" \r\n" + jsonOf(found)));
 }
 
 TEST(CheckTextOfJson, WantsOneThreadWhereThereIsAText)
