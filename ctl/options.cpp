@@ -193,14 +193,22 @@ void addSearchOptions(CLI::App& command, Typed& typed)
         ->type_name("N");
 }
 
+// Given once and without a value, as the manual says of all options.
+void addFlag(CLI::App& command, const char* name, bool& value, const char* meaning)
+{
+    command.add_flag(name, value, meaning)
+        ->disable_flag_override()
+        ->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+}
+
 void addVerbose(CLI::App& command, Options& options)
 {
-    command.add_flag("--verbose", options.verbose, "tell the base where a check fails");
+    addFlag(command, "--verbose", options.verbose, "tell the base where a check fails");
 }
 
 void addNorvOptions(CLI::App& command, Options& options)
 {
-    command.add_flag("--quiet", options.quiet, "show no progress");
+    addFlag(command, "--quiet", options.quiet, "show no progress");
     command
         .add_option("--norv", options.norv,
                     "the norv to use; default: beside norvctl, else on the path")
@@ -262,8 +270,8 @@ void declare(Parser& parser)
 
     parser.generate = parser.app.add_subcommand("generate", "find a prime");
     addGenerateOptions(*parser.generate, options, typed);
-    parser.generate->add_flag("--safe", options.safe,
-                              "a safe prime: (p-1)/2 is prime, too");
+    addFlag(*parser.generate, "--safe", options.safe,
+            "a safe prime: (p-1)/2 is prime, too");
     parser.generate
         ->add_option("--format", typed.format,
                      "hex (default), dec, pem, der, json, c or moduli")
@@ -277,16 +285,16 @@ void declare(Parser& parser)
         "check", "tell what a prime in a file is, with tests of its own");
     parser.check->add_option("FILE", options.file,
                              "hex, decimal, PEM, DER or JSON; default: standard input");
-    parser.check->add_flag("--safe", options.safe, "it is to be a safe prime");
-    parser.check->add_flag("--replay", options.replay,
-                           "repeat the search of the JSON, which must find the same");
+    addFlag(*parser.check, "--safe", options.safe, "it is to be a safe prime");
+    addFlag(*parser.check, "--replay", options.replay,
+            "repeat the search of the JSON, which must find the same");
     addVerbose(*parser.check, options);
     addNorvOptions(*parser.check, options);
 
     parser.compare = parser.app.add_subcommand(
         "compare", "CPU time of a prime by norv and by libcrypto's own generator");
     addBits(*parser.compare, typed);
-    parser.compare->add_flag("--safe", options.safe, "of a safe prime");
+    addFlag(*parser.compare, "--safe", options.safe, "of a safe prime");
     parser.compare
         ->add_option("--seconds", typed.seconds,
                      "begin searches for so long, and end those that have begun; "
@@ -301,10 +309,10 @@ void declare(Parser& parser)
         "estimate", "tell how long a search takes here; without BITS, of usual sizes");
     addSearchOptions(*parser.estimate, typed);
     parser.estimate->get_option("BITS")->required(false);
-    parser.estimate->add_flag("--safe", options.safe, "of a safe prime");
-    parser.estimate->add_flag("--points", options.points,
-                              "of BITS, the whole distribution: a line for each point, "
-                              "with the seconds and the chance");
+    addFlag(*parser.estimate, "--safe", options.safe, "of a safe prime");
+    addFlag(*parser.estimate, "--points", options.points,
+            "of BITS, the whole distribution: a line for each point, "
+            "with the seconds and the chance");
 }
 
 // Without --replay, check starts no norv.
@@ -328,6 +336,7 @@ void interpret(Parser& parser, int processors)
     }
     if (parser.check->parsed()) {
         options.command = Options::Command::check;
+        requireFile(*parser.check, "FILE", options.file);
         checkReplay(*parser.check, options);
         return;
     }
@@ -386,6 +395,19 @@ std::string namesOfCommands(const CLI::App& app)
     return names;
 }
 
+// What would be right, where an option stands twice, or a value is missing or too much.
+std::string lineForMismatch(const CLI::App& command, const std::string& text)
+{
+    std::string name = text.substr(0, text.find_first_of(": "));
+    // The library leaves the dashes of a flag with a value out.
+    if (!name.starts_with('-'))
+        name.insert(0, "--");
+    const CLI::Option* option = command.get_option_no_throw(name);
+    const bool isFlag = option && option->get_expected_max() == 0;
+    return name + " must be given once, " +
+           (isFlag ? "without a value" : "with one value");
+}
+
 // What would be right, where the library found a mistake.
 std::string lineFor(const CLI::ParseError& error, const Parser& parser,
                     const std::string& typedCommand)
@@ -407,8 +429,7 @@ std::string lineFor(const CLI::ParseError& error, const Parser& parser,
     if (dynamic_cast<const CLI::RequiredError*>(&error))
         return "BITS is missing: a multiple of 8 from 64 to 65536";
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error))
-        return text.substr(0, text.find(':')) + " must be given once, with one value" +
-               help;
+        return lineForMismatch(*command, text) + help;
     return text.substr(0, text.find('\n')) + help;
 }
 

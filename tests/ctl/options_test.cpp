@@ -200,6 +200,10 @@ INSTANTIATE_TEST_SUITE_P(
                 {"generate", "64", "--threads", "1", "--threads", "2"},
                 "--threads must be given once, with one value; 'norvctl generate "
                 "--help' lists what is right"},
+        Refusal{"AFlagTwice",
+                {"generate", "64", "--safe", "--quiet", "--safe"},
+                "--safe must be given once, without a value; 'norvctl generate --help' "
+                "lists what is right"},
         Refusal{"NoThreads",
                 {"generate", "64", "--threads", "0"},
                 "--threads must be a whole number from 1 to 4096, not '0'"},
@@ -218,6 +222,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"AnEmptyPath",
                 {"generate", "64", "--output", ""},
                 "--output must name a file, not ''"},
+        Refusal{"AnEmptyPathToCheck", {"check", ""}, "FILE must name a file, not ''"},
         Refusal{"AShareWithoutParts",
                 {"generate", "64", "--share", "1"},
                 "--share must be I/N, such as 0/4 for the first of four parts, not '1'"},
@@ -287,6 +292,27 @@ INSTANTIATE_TEST_SUITE_P(
                 {"generate", "64", "--from", "\xff"},
                 "the text of --from must be UTF-8"}),
     [](const auto& refusal) { return std::string(refusal.param.name); });
+
+TEST(ReadOptions, RefusesAFlagWithAValue)
+{
+    struct Flag {
+        const char* command;
+        std::vector<const char*> names;
+    };
+    const Flag flags[] = {
+        {"generate", {"--safe", "--quiet", "--verbose"}},
+        {"dhparam", {"--quiet", "--verbose"}},
+        {"check", {"--safe", "--replay", "--quiet", "--verbose"}},
+        {"compare", {"--safe", "--quiet"}},
+        {"estimate", {"--safe", "--points"}},
+    };
+    for (const auto& [command, names] : flags)
+        for (const std::string name : names)
+            for (const char* value : {"false", "0", "2", "no"})
+                EXPECT_EQ(name + " must be given once, without a value; 'norvctl " +
+                              command + " --help' lists what is right",
+                          refusalOf({command, "64", (name + "=" + value).c_str()}));
+}
 
 TEST(ReadOptions, RefusesAnInvalidSize)
 {
