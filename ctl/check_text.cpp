@@ -7,7 +7,9 @@
 #include "ctl/json_form.h"
 #include "ctl/number_text.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstddef>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -144,6 +146,17 @@ bool looksDer(std::string_view text)
            (static_cast<unsigned char>(text[1]) >= longLength || text[2] == numberTag);
 }
 
+// A line of moduli(5): seven fields, of which the first is a time of 14 digits. All of
+// them may be digits of hex.
+bool looksLikeModuli(std::string_view text)
+{
+    constexpr std::size_t timeLength = 14;
+    constexpr std::ptrdiff_t blanksBetweenFields = 6;
+    const std::string_view line = text.substr(0, text.find_first_of("\r\n"));
+    return line.find_first_not_of("0123456789") == timeLength &&
+           std::count(line.begin(), line.end(), ' ') == blanksBetweenFields;
+}
+
 Reading readText(std::string_view text)
 {
     if (looksDer(text))
@@ -156,6 +169,8 @@ Reading readText(std::string_view text)
     if (const std::size_t prefix = text.rfind(resultPrefix);
         prefix != std::string_view::npos)
         return readNorvOutput(text, prefix);
+    if (looksLikeModuli(text))
+        return Unreadable{2, "a line of moduli(5)", "'ssh-keygen -M screen' tests those"};
     if (looksDecimal(text))
         return readNumber("decimal", parseDecimal(text));
     return readNumber("hex", parseHex(text, nullptr));

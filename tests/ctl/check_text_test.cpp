@@ -152,6 +152,12 @@ const Text texts[] = {
     {"ASubgroupOfNoPrimeOrder", subgroup("MAkCASsCAQcCAQY="), // g = 7, q = 6
      "1 PEM: a prime of 6 bits; q is not a prime\n"},
     {"BrokenJson", "{\"kind\"", "1 JSON: line 1, column 8: not valid JSON\n"},
+    {"LinesOfModuli",
+     "20261122000000 2 6 100 63 2 8000000000000A77\n"
+     "20261122000000 2 6 100 63 5 8000000000005E83\n",
+     "2 cannot read this as a line of moduli(5): 'ssh-keygen -M screen' tests those" +
+         unreadable},
+    {"HexInGroups", "80000000 00 0 0 0 a 77\n", "0 hex: a safe prime of 64 bits\n"},
     {"Nothing", "",
      "2 cannot read this as hex: line 1, column 1: no hex digit" + unreadable},
     {"Words", "a prime",
