@@ -4,6 +4,7 @@
 #include "ctl/number_text.h"
 
 #include <new>
+#include <utility>
 
 namespace
 {
@@ -68,11 +69,11 @@ SecretNumber randomBase(int bits, Share share)
 std::variant<SecretNumber, std::string> baseFromHex(std::string_view text, int bits)
 {
     int digits = 0;
-    std::variant<BigNumber, TextError> parsed = parseHex(text, &digits);
+    std::variant<SecretNumber, TextError> parsed = parseHex(text, &digits);
     if (const TextError* error = std::get_if<TextError>(&parsed))
         return "line " + std::to_string(error->line) + ", column " +
                std::to_string(error->column) + ": " + error->what;
-    SecretNumber base = require(SecretNumber(std::get<BigNumber>(parsed).release()));
+    SecretNumber base = require(std::move(std::get<SecretNumber>(parsed)));
     if (digits != bits / 4)
         return std::to_string(digits) + " hex digits, but BITS " + std::to_string(bits) +
                " needs " + std::to_string(bits / 4);

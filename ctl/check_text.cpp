@@ -23,7 +23,7 @@ constexpr int mostBits = 65536;
 // What a text says of itself.
 struct Claim {
     std::string form;               // its name, for people
-    BigNumber prime;                // null when memory was short
+    SecretNumber prime;             // null when memory was short
     bool safe = false;              // whether it is said to be a safe prime
     int bits = 0;                   // the size that it is said to have; 0: not said
     std::optional<DhParameters> dh; // without the prime
@@ -54,13 +54,13 @@ std::string_view withoutOuterBlanks(std::string_view text)
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-Reading readNumber(std::string form, std::variant<BigNumber, TextError> number)
+Reading readNumber(std::string form, std::variant<SecretNumber, TextError> number)
 {
     if (const auto* error = std::get_if<TextError>(&number))
         return Unreadable{2, std::move(form), placed(*error)};
     Claim claim;
     claim.form = std::move(form);
-    claim.prime = std::move(std::get<BigNumber>(number));
+    claim.prime = std::move(std::get<SecretNumber>(number));
     return claim;
 }
 
@@ -95,7 +95,7 @@ void takeFinishMessage(std::string_view before, Claim& claim)
 Reading readNorvOutput(std::string_view text, std::size_t prefix)
 {
     const std::size_t start = prefix + resultPrefix.size();
-    std::variant<BigNumber, TextError> number = parseHex(text.substr(start), nullptr);
+    std::variant<SecretNumber, TextError> number = parseHex(text.substr(start), nullptr);
     if (auto* error = std::get_if<TextError>(&number)) {
         const TextError place = errorAt(text, start, {});
         if (error->line == 1)
@@ -130,7 +130,7 @@ Reading readJsonForm(std::string_view text)
     Claim claim;
     claim.form = "JSON";
     claim.json = std::move(std::get<JsonForm>(form));
-    claim.prime = std::move(std::get<BigNumber>(parseHex(claim.json->prime, nullptr)));
+    claim.prime = std::move(std::get<SecretNumber>(parseHex(claim.json->prime, nullptr)));
     claim.safe = claim.json->safe;
     claim.bits = claim.json->bits;
     return claim;
@@ -191,9 +191,9 @@ Finding checkPrime(const Claim& claim, bool safe)
     const std::string size = std::to_string(bits) + " bits";
     if (bits > mostBits)
         return {1, size + ", more than " + std::to_string(mostBits)};
-    BigNumber base;
+    SecretNumber base;
     if (claim.json)
-        base = std::move(std::get<BigNumber>(parseHex(claim.json->base, nullptr)));
+        base = std::move(std::get<SecretNumber>(parseHex(claim.json->base, nullptr)));
     if (claim.json && !base)
         return {1, libraryFailed};
     const int wanted = claim.bits ? claim.bits : bits;
@@ -249,9 +249,9 @@ Finding checkSubgroup(const Claim& claim, bool isSafe)
     const BIGNUM* order = claim.dh->subgroupOrder.get();
     const BIGNUM* generator = claim.dh->generator.get();
     const Context context(BN_CTX_new());
-    const BigNumber rest(BN_dup(prime));
-    const BigNumber half(BN_new());
-    const BigNumber power(BN_new());
+    const SecretNumber rest(BN_dup(prime));
+    const SecretNumber half(BN_new());
+    const SecretNumber power(BN_new());
     if (!context || !rest || !half || !power || !BN_sub_word(rest.get(), 1) ||
         !BN_rshift1(half.get(), rest.get()))
         return {1, libraryFailed};
@@ -299,7 +299,7 @@ CheckAnswer replay(const Claim& claim, const RepeatSearch& repeat,
                    const std::string& line)
 {
     const auto base = parseHex(claim.json->base, nullptr);
-    const BigNumber& number = std::get<BigNumber>(base);
+    const SecretNumber& number = std::get<SecretNumber>(base);
     if (!number)
         return {1, {}, libraryFailed};
     const RepeatedSearch search = repeat(number.get(), claim.bits, claim.safe);

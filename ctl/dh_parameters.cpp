@@ -96,12 +96,12 @@ std::string_view fromParameters(std::string_view pem)
     return start == pem.size() ? pem : pem.substr(start);
 }
 
-BigNumber numberOf(const EVP_PKEY* key, const char* name)
+SecretNumber numberOf(const EVP_PKEY* key, const char* name)
 {
     BIGNUM* number = nullptr;
     if (!EVP_PKEY_get_bn_param(key, name, &number))
         return nullptr;
-    return BigNumber(number);
+    return SecretNumber(number);
 }
 
 } // namespace

@@ -9,9 +9,9 @@
 
 // The parameters of PKCS #3, or of X9.42 where there is a q.
 struct DhParameters {
-    BigNumber prime;
-    BigNumber generator;
-    BigNumber subgroupOrder; // q; null when the text has none
+    SecretNumber prime;
+    SecretNumber generator;
+    SecretNumber subgroupOrder; // q; null when the text has none
 };
 
 enum class Encoding { pem, der };

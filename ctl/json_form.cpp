@@ -197,7 +197,7 @@ bool fitsJson(std::string_view text)
 std::optional<std::string> writeJson(const JsonForm& form)
 {
     Json object = objectOf(form);
-    const std::string digest = sha256(object.dump());
+    const std::string digest = sha256(SecretText(object.dump()).text);
     if (digest.empty())
         return std::nullopt;
     object["digest"] = digest;
@@ -224,14 +224,14 @@ std::variant<JsonForm, TextError> readJson(std::string_view text)
     for (const auto& [name, value] : object.items())
         if (name != "digest" && !written.contains(name))
             written[name] = value;
-    const std::string computed = sha256(written.dump());
+    const std::string computed = sha256(SecretText(written.dump()).text);
     if (computed.empty())
         throw std::bad_alloc();
     std::string digest;
     if (!take(object, "digest", digest) || digest != computed)
         return TextError{1, 1, "the digest does not fit: something was changed"};
     written["digest"] = digest;
-    const std::size_t difference = firstDifference(text, written.dump());
+    const std::size_t difference = firstDifference(text, SecretText(written.dump()).text);
     if (difference != text.size())
         return errorAt(text, difference, "not as norvctl writes it");
     return form;

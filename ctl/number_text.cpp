@@ -81,11 +81,11 @@ TextError errorAt(std::string_view text, std::size_t offset, std::string what)
     return error;
 }
 
-std::variant<BigNumber, TextError> parseHex(std::string_view text, int* digits)
+std::variant<SecretNumber, TextError> parseHex(std::string_view text, int* digits)
 {
     const Bytes bytes = allocateBytes(maxHexDigits / 2);
     if (!bytes)
-        return BigNumber();
+        return SecretNumber();
     std::size_t count = 0;
     std::size_t lastDigit = 0;
     bool introduced = false;
@@ -114,17 +114,17 @@ std::variant<BigNumber, TextError> parseHex(std::string_view text, int* digits)
     if (count % 2)
         return errorAt(text, lastDigit,
                        "an odd number of hex digits, " + std::to_string(count));
-    BigNumber number(BN_bin2bn(bytes.get(), static_cast<int>(count / 2), nullptr));
+    SecretNumber number(BN_bin2bn(bytes.get(), static_cast<int>(count / 2), nullptr));
     if (digits)
         *digits = static_cast<int>(count);
     return number;
 }
 
-std::variant<BigNumber, TextError> parseDecimal(std::string_view text)
+std::variant<SecretNumber, TextError> parseDecimal(std::string_view text)
 {
     const Bytes digits = allocateBytes(maxDecimalDigits + 1);
     if (!digits)
-        return BigNumber();
+        return SecretNumber();
     std::size_t count = 0;
     bool ended = false;
     for (std::size_t position = 0; position < text.size(); ++position) {
@@ -154,7 +154,7 @@ std::variant<BigNumber, TextError> parseDecimal(std::string_view text)
         BN_clear_free(number);
         number = nullptr;
     }
-    return BigNumber(number);
+    return SecretNumber(number);
 }
 
 std::string hexText(const BIGNUM* number, int bytes)

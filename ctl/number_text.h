@@ -28,13 +28,13 @@ TextError errorAt(std::string_view text, std::size_t offset, std::string what);
 //
 // digits  may be null; out: how many digits there are, leading zeros included. Not
 //         written with an error
-// The number is the caller's; it is null when memory is short. What this function copied
-// of the text is wiped.
-std::variant<BigNumber, TextError> parseHex(std::string_view text, int* digits);
+// The number is null when memory is short. What this function copied of the text is
+// wiped.
+std::variant<SecretNumber, TextError> parseHex(std::string_view text, int* digits);
 
 // The same for decimal text: blanks and line ends may stand before and after the digits,
 // line ends also between them.
-std::variant<BigNumber, TextError> parseDecimal(std::string_view text);
+std::variant<SecretNumber, TextError> parseDecimal(std::string_view text);
 
 // The number's lower-case hex digits, two for each of `bytes` bytes, the most significant
 // first. `number` is not negative and fits. Throws std::bad_alloc.

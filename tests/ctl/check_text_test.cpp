@@ -3,7 +3,9 @@
 #include "ctl/dh_parameters.h"
 #include "ctl/formats.h"
 #include "ctl/from_text.h"
+#include "ctl/number_text.h"
 #include "tests/ctl/known_primes.h"
+#include "tests/fakes/crypto_memory.h"
 #include "tests/support/big.h"
 
 #include <gtest/gtest.h>
@@ -330,6 +332,68 @@ TEST(CheckTextWithReplay, NeedsJsonOfOneThread)
     found.threads = 2;
     EXPECT_EQ(refused, check(jsonOf(found), false, replay.search()));
     EXPECT_EQ("", replay.arguments);
+}
+
+// How many blocks libcrypto gets back with the prime or with (p-1)/2 in them while this
+// runs.
+template <typename Run>
+int blocksWith(const BIGNUM* prime, const Run& run)
+{
+    const BigNumber half = fromHex("0");
+    BN_rshift1(half.get(), prime);
+    int blocks = 0;
+    for (const BIGNUM* secret : {prime, static_cast<const BIGNUM*>(half.get())}) {
+        watchForNumber(secret);
+        run();
+        blocks += blocksWithTheNumber();
+        watchForNumber(nullptr);
+    }
+    return blocks;
+}
+
+TEST(CheckTextOfASecret, LeavesNoNumberInFreedMemory)
+{
+    const BigNumber prime = fromHex(oakley1024);
+    EXPECT_LT(0,
+              blocksWith(prime.get(), [] { fromHex(oakley1024); })); // it would be seen
+    Found found = fromText();
+    found.prime = SecretNumber(BN_dup(prime.get()));
+    found.base = SecretNumber(BN_dup(prime.get()));
+    BN_sub_word(found.base.get(), 2);
+    found.bits = 1024;
+    found.fromText.clear();
+    for (const std::string& text :
+         {std::string(oakley1024), decimalText(prime.get()), jsonOf(found)})
+        EXPECT_EQ(0, blocksWith(prime.get(), [&text] { EXPECT_EQ('0', check(text)[0]); }))
+            << text;
+}
+
+// The parameters of a prime of 1024 bits with generator 2 and with q = (p-1)/2.
+std::string derWithHalf(const BIGNUM* prime)
+{
+    constexpr std::size_t headerSize = 3;
+    const BigNumber half = fromHex("0");
+    BN_rshift1(half.get(), prime);
+    std::string order(128, '\0');
+    BN_bn2bin(half.get(), reinterpret_cast<unsigned char*>(order.data()));
+    const std::string numbers =
+        encodeDhParameters(prime, 2, Encoding::der)->substr(headerSize) +
+        bytes({2, 0x81, 0x80}) + order;
+    return bytes({0x30, 0x82, static_cast<int>(numbers.size() / 256),
+                  static_cast<int>(numbers.size() % 256)}) +
+           numbers;
+}
+
+TEST(CheckTextOfASecret, LeavesNoMoreOfParametersThanLibcryptoDoes)
+{
+    const BigNumber prime = fromHex(oakley1024);
+    for (const std::string& der :
+         {*encodeDhParameters(prime.get(), 2, Encoding::der), derWithHalf(prime.get())}) {
+        const int left =
+            blocksWith(prime.get(), [&der] { decodeDhParameters(der, Encoding::der); });
+        EXPECT_EQ(left,
+                  blocksWith(prime.get(), [&der] { EXPECT_EQ('0', check(der)[0]); }));
+    }
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "ctl/dh_parameters.h"
 
 #include "tests/ctl/known_primes.h"
+#include "tests/fakes/crypto_memory.h"
 #include "tests/support/big.h"
 
 #include <gtest/gtest.h>
@@ -116,6 +117,16 @@ TEST(DecodeDhParameters, ReadsNothingElse)
     EXPECT_FALSE(decodeDhParameters("-----BEGIN DH PARAMETERS-----\n", Encoding::pem));
     EXPECT_FALSE(decodeDhParameters(derOfSafe64.substr(0, 12), Encoding::der));
     EXPECT_FALSE(decodeDhParameters(otherBlock, Encoding::pem));
+}
+
+TEST(DecodeDhParameters, GivesNumbersThatAreWiped)
+{
+    const BigNumber prime = fromHex(oakley1024);
+    auto found = decodeDhParameters(encoded(oakley1024, 2, Encoding::der), Encoding::der);
+    watchForNumber(prime.get());
+    found.reset();
+    EXPECT_EQ(0, blocksWithTheNumber());
+    watchForNumber(nullptr);
 }
 
 TEST(DecodeDhParameters, LeavesNoErrorInTheQueue)

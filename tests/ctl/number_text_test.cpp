@@ -11,12 +11,12 @@ namespace
 {
 
 // The number in hex with its digits counted, or the error with its place.
-std::string described(const std::variant<BigNumber, TextError>& parsed, int digits)
+std::string described(const std::variant<SecretNumber, TextError>& parsed, int digits)
 {
     if (const auto* error = std::get_if<TextError>(&parsed))
         return std::to_string(error->line) + ":" + std::to_string(error->column) + " " +
                error->what;
-    const BigNumber& number = std::get<BigNumber>(parsed);
+    const SecretNumber& number = std::get<SecretNumber>(parsed);
     return number ? toHex(number.get()) + "/" + std::to_string(digits) : "no memory";
 }
 
@@ -90,7 +90,7 @@ TEST(ParseHexText, ReadsTheMostDigitsAndNoMore)
 TEST(ParseHexText, NeedNotCountTheDigits)
 {
     const auto parsed = parseHex("0a1b", nullptr);
-    EXPECT_EQ("A1B", toHex(std::get<BigNumber>(parsed).get()));
+    EXPECT_EQ("A1B", toHex(std::get<SecretNumber>(parsed).get()));
 }
 
 TEST(ParseHexText, GivesNoNumberWithoutMemory)
