@@ -68,9 +68,12 @@ void* reallocate(void* block, std::size_t size, const char* file, int line)
     return larger;
 }
 
-// The library accepts this only before its first allocation.
-[[maybe_unused]] const int installed =
+// The library accepts this only before its first allocation, which the tables of a test
+// may cause before main.
+[[gnu::constructor(101)]] void install()
+{
     CRYPTO_set_mem_functions(allocate, reallocate, release);
+}
 
 } // namespace
 
