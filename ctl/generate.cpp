@@ -269,6 +269,9 @@ void beginSearch(Generation& generation)
     closeProgress(generation.progress);
     say(askedEnd(generation).line);
     finishWithDependents();
+    // It may have ended since.
+    if (generation.background.thread.joinable())
+        generation.background.thread.detach();
     endProcess(generation.asked.exitCode);
 }
 

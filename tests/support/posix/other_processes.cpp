@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <unistd.h>
 
 namespace
 {
@@ -15,6 +16,16 @@ std::string contentOfProcess(int process, const std::string& file)
     std::ostringstream content; // empty when the process ends meanwhile
     content << stream.rdbuf();
     return content.str();
+}
+
+// The fields of its "stat" that follow the name, which ends with the last parenthesis;
+// none when it has ended.
+std::istringstream stateOf(int process)
+{
+    const std::string stat = contentOfProcess(process, "stat");
+    const std::size_t nameEnd = stat.rfind(") ");
+    return std::istringstream(nameEnd == std::string::npos ? ""
+                                                           : stat.substr(nameEnd + 2));
 }
 
 } // namespace
@@ -50,19 +61,19 @@ std::vector<std::string> argumentsOf(int process)
 
 bool isAlive(int process)
 {
-    // The state follows the name, which ends with the last parenthesis.
-    const std::string status = contentOfProcess(process, "stat");
-    const std::size_t nameEnd = status.rfind(") ");
-    if (nameEnd == std::string::npos)
-        return false;
-    const char state = status[nameEnd + 2];
+    char state = 'X';
+    stateOf(process) >> state;
     return state != 'Z' && state != 'X';
 }
 
-std::size_t threadsOf(int process)
+double processorSecondsOf(int process)
 {
-    std::error_code ended;
-    const std::filesystem::directory_iterator tasks(
-        "/proc/" + std::to_string(process) + "/task", ended);
-    return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+    std::istringstream fields = stateOf(process);
+    std::string skipped;
+    for (int i = 0; i < 11; ++i)
+        fields >> skipped;
+    double user = 0;
+    double system = 0;
+    fields >> user >> system;
+    return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }

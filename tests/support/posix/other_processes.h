@@ -1,7 +1,6 @@
-// The processes that another process has started.
+// What the system tells of processes, such as those that another process has started.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -12,8 +11,9 @@ std::vector<int> childrenOf(int process);
 // ended.
 std::vector<std::string> argumentsOf(int process);
 
-// How many threads the process has; 0 when it has ended.
-std::size_t threadsOf(int process);
+// The processor time that the process has used, with all its threads; 0 when it has
+// ended.
+double processorSecondsOf(int process);
 
 // Whether the process exists and has not ended.
 bool isAlive(int process);
