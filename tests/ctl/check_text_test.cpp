@@ -137,6 +137,10 @@ const Text texts[] = {
      "0 PEM: a safe prime of 5 bits; generator 4 of order q, a prime of 4 bits\n"},
     {"ASubgroupOfAnotherOrder", subgroup("MAkCARcCAQUCAQs="), // g = 5, q = 11
      "1 PEM: a safe prime of 5 bits; generator 5 not of order q\n"},
+    {"ASubgroupOfGeneratorOne", subgroup("MAkCARcCAQECAQs="), // g = 1, q = 11
+     "1 PEM: a safe prime of 5 bits; generator 1 not from 2 to p-1\n"},
+    {"ASubgroupOfAGeneratorThatIsThePrime", subgroup("MAkCARcCARcCAQs="), // g = p, q = 11
+     "1 PEM: a safe prime of 5 bits; generator 23 not from 2 to p-1\n"},
     {"ASubgroupThatIsNone", subgroup("MAkCARcCAQQCAQc="), // g = 4, q = 7
      "1 PEM: a safe prime of 5 bits; q does not divide p-1\n"},
     {"ASubgroupThatIsNoneOfNoPrimeOrder", subgroup("MAkCARcCAQUCAQY="), // g = 5, q = 6

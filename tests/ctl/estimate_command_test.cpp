@@ -48,4 +48,22 @@ TEST(Estimate, TellsATableToPeople)
     EXPECT_NE(std::string::npos, ending.output.find("on 2 threads"));
 }
 
+TEST(Estimate, TellsOfTheUsualSizesWithoutOne)
+{
+    const Ending all = runNorvctl({"estimate", "--threads", "1"});
+    const Ending safe = runNorvctl({"estimate", "--safe", "--threads", "1"});
+    EXPECT_EQ(0, all.exitCode);
+    EXPECT_EQ(0, safe.exitCode);
+    for (const char* bits :
+         {" 512", "1024", "1536", "2048", "3072", "4096", "6144", "8192"}) {
+        const std::string prime = std::string(" ") + bits + "  prime ";
+        const std::string safePrime = std::string(" ") + bits + "  safe prime ";
+        EXPECT_NE(std::string::npos, all.output.find(prime)) << bits;
+        EXPECT_NE(std::string::npos, all.output.find(safePrime)) << bits;
+        EXPECT_EQ(std::string::npos, safe.output.find(prime)) << bits;
+        EXPECT_NE(std::string::npos, safe.output.find(safePrime)) << bits;
+    }
+    EXPECT_NE(std::string::npos, all.output.find("on 1 thread\n"));
+}
+
 } // namespace

@@ -215,10 +215,11 @@ TEST(Generate, SaysWhenThereIsNoNorv)
 class WithFakeNorv : public testing::Test
 {
 protected:
-    static Ending run(const std::string& task, const Arguments& more = {})
+    static Ending run(const std::string& task, const Arguments& more = {},
+                      const std::string& bits = "64")
     {
         const FakeNorv fake(task);
-        Arguments arguments{"generate", "64", "--quiet", "--norv", FAKE_NORV};
+        Arguments arguments{"generate", bits, "--quiet", "--norv", FAKE_NORV};
         arguments.insert(arguments.end(), more.begin(), more.end());
         return runNorvctl(arguments);
     }
@@ -260,6 +261,10 @@ TEST_F(WithFakeNorv, RefusesWhatFailsItsOwnCheck)
                run("print FF FF FF FF FF FF FF C5 ", {"--safe"}));
     expectLine(3, found + "has the wrong size; nothing was written",
                run("print 00 00 00 00 00 00 00 07 "));
+    // 2^127 + 29 is prime.
+    expectLine(3, found + "is not above its base; nothing was written",
+               run("print 80 00 00 00 00 00 00 00 00 00 00 00 00 00 00 1D ",
+                   {"--base", "c0000000000000000000000000000000"}, "128"));
 }
 
 TEST_F(WithFakeNorv, SaysThatItEndedWithoutAPrime)
@@ -279,6 +284,8 @@ TEST_F(WithFakeNorv, IsAskedForItsVersionWhereThatIsTold)
     for (const char* usage : {"", "Prime generation utility 64, v.", "v.1.0"})
         expectLine(3, FAKE_NORV " does not name its version as norv does",
                    run(std::string("print ") + usage, {"--format", "json"}));
+    expectLine(3, FAKE_NORV " does not name its version as norv does",
+               run("endless", {"--format", "json"}));
 }
 
 TEST_F(WithFakeNorv, IsNotWaitedForWhenItIsAskedForItsVersion)

@@ -483,6 +483,20 @@ TEST_F(Search, IsKilledByASecondInterrupt)
     expectNothingLeft();
 }
 
+TEST_F(Search, OfAComparisonIsKilledByASecondInterrupt)
+{
+    const FakeNorv fake("deaf");
+    norvctl = std::make_unique<Process>(
+        NORVCTL_PROGRAM, Arguments{"compare", "4096", "--quiet", "--norv", FAKE_NORV});
+    ASSERT_TRUE(searches());
+    send(SIGINT);
+    ASSERT_TRUE(comesTrue([this] { return countForeign(searchers[0].semaphore) == 1; }));
+    EXPECT_TRUE(isAlive(searchers[0].process));
+    send(SIGINT);
+    expectLine(130, "stopped by an interrupt (Ctrl-C)", norvctl->wait());
+    expectNothingLeft();
+}
+
 TEST_F(Search, WhoseNorvNeverEndsIsKilledAfterAWhile)
 {
     const FakeNorv fake("hang");

@@ -105,4 +105,12 @@ TEST(ClosedStandardOutput, IsRefusedBeforeASearch)
                runNorvctl({"generate", "64", "--quiet", "--norv", FAKE_NORV}, streams));
 }
 
+TEST(ClosedStandardOutput, IsToldOfWhereThereIsHelpToWrite)
+{
+    Streams streams;
+    streams.output = Streams::Output::closed;
+    expectLine(1, "cannot write standard output: Bad file descriptor",
+               runNorvctl({"--help"}, streams));
+}
+
 } // namespace

@@ -36,6 +36,17 @@ TEST(ProgressOnATerminal, IsOneLineThatIsRenewed)
     EXPECT_EQ(end, shown.substr(shown.size() - end.size()));
 }
 
+TEST(ProgressOnATerminal, StaysOnOneLineOfANarrowOne)
+{
+    Terminal terminal;
+    terminal.setWidth(20);
+    Process searching(shell, errorsTo(terminal, longSearch));
+    ASSERT_TRUE(
+        terminal.shows("\r\033[Ksafe prime of 4096 \r\033[Ksafe prime of 4096 \r"));
+    EXPECT_EQ(0, kill(searching.id(), SIGINT));
+    EXPECT_EQ(130, searching.wait().exitCode);
+}
+
 TEST(ProgressOnATerminal, GivesWayToTheResult)
 {
     Terminal terminal;

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <system_error>
 #include <termios.h>
 #include <unistd.h>
@@ -36,6 +37,13 @@ Terminal::Terminal()
     if (ptsname_r(screen_, name.data(), name.size()) != 0)
         throw std::system_error(errno, std::generic_category(), "ptsname_r");
     path_ = name.data();
+}
+
+void Terminal::setWidth(unsigned short characters)
+{
+    const winsize size{24, characters, 0, 0};
+    if (ioctl(screen_, TIOCSWINSZ, &size) != 0)
+        throw std::system_error(errno, std::generic_category(), "TIOCSWINSZ");
 }
 
 Terminal::~Terminal()

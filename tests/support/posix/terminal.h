@@ -22,6 +22,9 @@ public:
         return path_;
     }
 
+    // So many characters fit in a line. Throws std::system_error when the system refuses.
+    void setWidth(unsigned short characters);
+
     // Waits until `text` has been shown, for Process::timeLimit at most. False when it
     // was not, or when the program ended first.
     bool shows(const std::string& text);
