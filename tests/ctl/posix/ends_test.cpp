@@ -469,32 +469,36 @@ TEST_F(Search, KeepsWhatWasWrittenWhenItIsStopped)
     expectNothingLeft(1);
 }
 
-TEST_F(Search, IsKilledByASecondInterrupt)
+class DeafNorv : public Search
 {
-    const FakeNorv fake("deaf");
+protected:
+    void expectKilledByASecondInterrupt()
+    {
+        ASSERT_TRUE(searches());
+        send(SIGINT);
+        // Its semaphore has been released, and norv has not ended.
+        ASSERT_TRUE(
+            comesTrue([this] { return countForeign(searchers[0].semaphore) == 1; }));
+        EXPECT_TRUE(isAlive(searchers[0].process));
+        send(SIGINT);
+        expectLine(130, "stopped by an interrupt (Ctrl-C)", norvctl->wait());
+        expectNothingLeft();
+    }
+
+    FakeNorv fake{"deaf"};
+};
+
+TEST_F(DeafNorv, IsKilledByASecondInterrupt)
+{
     start({"--norv", FAKE_NORV});
-    ASSERT_TRUE(searches());
-    send(SIGINT);
-    // Its semaphore has been released, and norv has not ended.
-    ASSERT_TRUE(comesTrue([this] { return countForeign(searchers[0].semaphore) == 1; }));
-    EXPECT_TRUE(isAlive(searchers[0].process));
-    send(SIGINT);
-    expectLine(130, "stopped by an interrupt (Ctrl-C)", norvctl->wait());
-    expectNothingLeft();
+    expectKilledByASecondInterrupt();
 }
 
-TEST_F(Search, OfAComparisonIsKilledByASecondInterrupt)
+TEST_F(DeafNorv, OfAComparisonIsKilledByASecondInterrupt)
 {
-    const FakeNorv fake("deaf");
     norvctl = std::make_unique<Process>(
         NORVCTL_PROGRAM, Arguments{"compare", "4096", "--quiet", "--norv", FAKE_NORV});
-    ASSERT_TRUE(searches());
-    send(SIGINT);
-    ASSERT_TRUE(comesTrue([this] { return countForeign(searchers[0].semaphore) == 1; }));
-    EXPECT_TRUE(isAlive(searchers[0].process));
-    send(SIGINT);
-    expectLine(130, "stopped by an interrupt (Ctrl-C)", norvctl->wait());
-    expectNothingLeft();
+    expectKilledByASecondInterrupt();
 }
 
 TEST_F(Search, WhoseNorvNeverEndsIsKilledAfterAWhile)
