@@ -1157,10 +1157,12 @@ TEST_F(PosixNamedSemaphore, IsOneAndTheSameAlsoWhenHoldersAreKilled)
 
 TEST_F(PosixNamedSemaphore, IsNotRaisedAboveItsMaximumByProcessesTogether)
 {
-    create(0, 100);
+    // Processes that inherit a handle share its locks, which then keep none of them out.
+    const Gate created;
     Children children(4);
     for (auto& child : children)
-        child = std::make_unique<Child>([this] {
+        child = std::make_unique<Child>([&] {
+            created.pass();
             SemaphoreHandle opened = open();
             int succeeded = 0;
             for (int release = 0; release < 200; ++release)
@@ -1168,6 +1170,9 @@ TEST_F(PosixNamedSemaphore, IsNotRaisedAboveItsMaximumByProcessesTogether)
                     ++succeeded;
             return succeeded;
         });
+    create(0, 100);
+    for (std::size_t i = 0; i < children.size(); ++i)
+        created.open();
     int succeeded = 0;
     for (const auto& child : children)
         succeeded += child->wait();
