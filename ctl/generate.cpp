@@ -269,7 +269,7 @@ void beginSearch(Generation& generation)
     closeProgress(generation.progress);
     say(askedEnd(generation).line);
     finishWithDependents();
-    // It may have ended since.
+    // Nobody will join it, whether it works or has just ended.
     if (generation.background.thread.joinable())
         generation.background.thread.detach();
     endProcess(generation.asked.exitCode);
